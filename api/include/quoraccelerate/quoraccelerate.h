@@ -1,0 +1,4 @@
+// The whole interface of the library.
+#pragma once
+
+#include "quoraccelerate/utility.h"

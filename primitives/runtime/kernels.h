@@ -1,0 +1,36 @@
+// Declarations of the per-path builds of every primitive: qp::path0 .. qp::path6 are linked into the
+// library; qp::pathw is the test-only build of the 512-bit source lowered to 256-bit instructions.
+#pragma once
+
+#include "dispatch.h"
+
+#define QP_PRIMITIVE(name, ...) name##_fn name;
+
+namespace qp {
+namespace path0 {
+#include "primitives.def"
+}
+namespace path1 {
+#include "primitives.def"
+}
+namespace path2 {
+#include "primitives.def"
+}
+namespace path3 {
+#include "primitives.def"
+}
+namespace path4 {
+#include "primitives.def"
+}
+namespace path5 {
+#include "primitives.def"
+}
+namespace path6 {
+#include "primitives.def"
+}
+namespace pathw {
+#include "primitives.def"
+}
+}  // namespace qp
+
+#undef QP_PRIMITIVE

@@ -1,0 +1,115 @@
+// Portable SIMD layer for the kernels: compiler vector types whose width is fixed per build.
+//
+// Every kernel source is compiled once per code path with that path's instruction-set flags and
+//   QP_PATH_NS    the namespace of the build (path0 .. path6, pathw),
+//   QP_VEC_BYTES  the vector width in bytes (16, 32 or 64).
+// Everything here is always inlined and lives in the build's own namespace, so no build can pick up
+// a helper compiled for another instruction set.
+#pragma once
+
+#if !defined(QP_PATH_NS) || !defined(QP_VEC_BYTES)
+#error "kernel sources are compiled per code path with QP_PATH_NS and QP_VEC_BYTES defined"
+#endif
+
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "runtime/kernels.h"
+
+#define QP_INLINE inline __attribute__((always_inline))
+
+namespace qp {
+namespace QP_PATH_NS {
+namespace simd {
+
+constexpr int kVecBytes = QP_VEC_BYTES;
+
+template <typename T>
+struct VecOf {
+    typedef T type __attribute__((vector_size(QP_VEC_BYTES)));
+};
+template <typename T>
+using Vec = typename VecOf<T>::type;
+
+template <typename T>
+constexpr int kLanes = QP_VEC_BYTES / static_cast<int>(sizeof(T));
+
+template <typename T>
+QP_INLINE Vec<T> Load(const T* p) {
+    Vec<T> v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <typename T>
+QP_INLINE void Store(T* p, Vec<T> v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+template <typename T>
+QP_INLINE Vec<T> Broadcast(T x) {
+    return Vec<T>{} + x;
+}
+
+// Same bits viewed as another element type of the same width.
+template <typename To, typename V>
+QP_INLINE Vec<To> BitCast(V v) {
+    static_assert(sizeof(Vec<To>) == sizeof(V), "same width");
+    return reinterpret_cast<Vec<To>>(v);
+}
+
+// Non-temporal store of one vector to a vector-aligned address.
+template <typename T>
+QP_INLINE void StreamStore(T* p, Vec<T> v) {
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(p), reinterpret_cast<__m512i>(v));
+#elif QP_VEC_BYTES == 64
+    typedef long long Half __attribute__((vector_size(32)));
+    Half halves[2];
+    __builtin_memcpy(halves, &v, sizeof v);
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), reinterpret_cast<__m256i>(halves[0]));
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p) + 1, reinterpret_cast<__m256i>(halves[1]));
+#elif QP_VEC_BYTES == 32
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), reinterpret_cast<__m256i>(v));
+#else
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), reinterpret_cast<__m128i>(v));
+#endif
+}
+
+QP_INLINE void StreamFence() { _mm_sfence(); }
+
+// Destinations at least this large are written with non-temporal stores: they do not fit in the
+// caches anyway, and streaming saves the read-for-ownership of every destination line.
+constexpr std::int64_t kStreamBytes = 4 << 20;
+
+QP_INLINE bool IsAligned(const void* p) { return (reinterpret_cast<std::uintptr_t>(p) % kVecBytes) == 0; }
+
+// Element-wise map over n elements: d[i] = op(s[i]...) for every source array. The vector op takes
+// and returns Vec<T>, the scalar op T. Destinations may be exactly a source (in-place use), never a
+// partial overlap. Remainders run through the scalar op; nothing is read or written past n.
+template <int kUnroll = 4, typename T, typename VOp, typename SOp, typename... Src>
+QP_INLINE void Map(T* d, int n, VOp vop, SOp sop, const Src*... src) {
+    constexpr int L = kLanes<T>;
+    int i = 0;
+    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes) {
+        for (; i < n && !IsAligned(d + i); ++i) d[i] = sop(src[i]...);
+        for (; i + kUnroll * L <= n; i += kUnroll * L) {
+            Vec<T> r[kUnroll];
+            for (int u = 0; u < kUnroll; ++u) r[u] = vop(Load(src + i + u * L)...);
+            for (int u = 0; u < kUnroll; ++u) StreamStore(d + i + u * L, r[u]);
+        }
+        StreamFence();
+    }
+    for (; i + kUnroll * L <= n; i += kUnroll * L) {
+        Vec<T> r[kUnroll];
+        for (int u = 0; u < kUnroll; ++u) r[u] = vop(Load(src + i + u * L)...);
+        for (int u = 0; u < kUnroll; ++u) Store(d + i + u * L, r[u]);
+    }
+    for (; i + L <= n; i += L) Store(d + i, vop(Load(src + i)...));
+    for (; i < n; ++i) d[i] = sop(src[i]...);
+}
+
+}  // namespace simd
+}  // namespace QP_PATH_NS
+}  // namespace qp
