@@ -1,8 +1,7 @@
 // A processor played from tables, installed into the runtime in place of the hardware.
 //
 // The runtime reads the processor through plain function pointers, so the fake's state lives in one
-// function-local static. Unlisted CPUID leaves answer zeros, as leaves above the highest do on the
-// hardware.
+// function-local static. Unlisted CPUID leaves answer zeros.
 #pragma once
 
 #include <gtest/gtest.h>
