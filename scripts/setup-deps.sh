@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libbenchmark-dev               # unit tests and benchmarks
   qemu-user                                   # runs the tests as older processors
   libfftw3-dev libvolk2-dev libsleef-dev      # rivals and oracles in tests and benchmarks only
+  libxsimd-dev libhwy-dev                     # the kernel-style measurement in bench/
 )
 
 missing=()
