@@ -1,51 +1,36 @@
-// The host program: shows what the library chose for this processor and runs a short demonstration
-// through the exported interface.
-#include <cinttypes>
+// The host program: what a product of the family does with the library at start-up. It asks the
+// debug monitor for the library's diagnostics report, waits (bounded) until the report is ready and
+// prints it, then shows the code path in force and runs a short demonstration through the
+// exported interface.
+#include <chrono>
 #include <cstdio>
+#include <string>
+#include <thread>
 
 #include "quoraccelerate/quoraccelerate.h"
+#include "quorcore/debug.h"
+#include "quorcore/strings.h"
 #include "runtime/runtime.h"
 
 namespace {
 
-const char* const kFeatureNames[34] = {
-    "MMX",     "SSE",      "SSE2",     "SSE3",     "SSSE3",    "MOVBE",    "SSE4.1",   "SSE4.2",   "AVX",
-    "AVX(OS)", "AES",      "CLMUL",    nullptr,    "RDRAND",   "F16C",     "AVX2",     "ADCX/ADOX", "RDSEED",
-    "PREFETCHW", "SHA",    "AVX512F",  "AVX512CD", "AVX512ER", "AVX512PF", "AVX512BW", "AVX512DQ", "AVX512VL",
-    "AVX512VBMI", "MPX",   "AVX512_4FMAPS", "AVX512_4VNNIW", "COPROC", "AVX512IFMA", "AVX512(OS)",
-};
+constexpr const char* kReportName = "quoraccelerate.QP";
 
-void PrintMask(const char* label, std::uint64_t mask) {
-    std::printf("%-18s 0x%016" PRIX64 " ", label, mask);
-    for (int bit = 0; bit < 34; ++bit) {
-        if (((mask >> bit) & 1u) != 0 && kFeatureNames[bit] != nullptr) std::printf(" %s", kFeatureNames[bit]);
+// The first request starts building the report in the background and answers nothing; ask again
+// until the text arrives or the deadline passes.
+std::string WaitForReport(std::chrono::seconds deadline) {
+    const auto until = std::chrono::steady_clock::now() + deadline;
+    for (;;) {
+        quorcore::UTF16StringStream stream;
+        if (!quorcore::debug::CollectDebugReport(kReportName, stream)) return {};
+        if (!stream.Empty()) return quorcore::utility::UTF16to8(stream.Str());
+        if (std::chrono::steady_clock::now() >= until) return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    std::printf("\n");
 }
 
-}  // namespace
-
-int main() {
+void Demonstrate() {
     namespace qu = quoraccelerate::utility;
-
-    const qp::LibraryVersion* version = qp::GetLibraryVersion();
-    std::printf("%s %s, built %s\n", version->Name, version->Version, version->BuildDate);
-    std::printf("%-18s %s\n", "Load status:", qp::StatusText(qp::LoadStatus()));
-    std::printf("%-18s %d\n", "Code path:", qp::g_codePath);
-
-    std::uint64_t detected = 0;
-    qp::GetCpuFeatures(&detected, nullptr);
-    PrintMask("Detected features:", detected);
-    PrintMask("Enabled features:", qp::GetEnabledCpuFeatures());
-
-    int mhz = 0;
-    qp::GetCpuFrequencyMHz(&mhz);
-    std::printf("%-18s %d MHz\n", "CPU frequency:", mhz);
-    int cache = 0;
-    const qp::Status cacheStatus = qp::GetMaxCacheSize(&cache);
-    std::printf("%-18s %d bytes (%s)\n", "Max cache size:", cache, qp::StatusText(cacheStatus));
-
-    // Demonstration: |a| + b through the dispatched kernels, on library-allocated buffers.
     constexpr unsigned int n = 8;
     float* a = qu::Malloc_Float(n);
     float* b = qu::Malloc_Float(n);
@@ -56,11 +41,28 @@ int main() {
     }
     qu::Abs_InPlace(n, a);
     qu::Add(n, a, b, sum);
-    std::printf("Demonstration: |i - 4| + i/2 =");
+    std::printf("Demonstration: |i - 4| + i/2 for i = 0..7 =");
     for (unsigned int i = 0; i < n; ++i) std::printf(" %g", static_cast<double>(sum[i]));
     std::printf("\n");
     qu::Free(a);
     qu::Free(b);
     qu::Free(sum);
+}
+
+}  // namespace
+
+int main() {
+    std::printf("== Diagnostics report \"%s\"\n", kReportName);
+    const std::string report = WaitForReport(std::chrono::seconds(30));
+    if (report.empty()) {
+        std::printf("(the report did not arrive)\n");
+        return 1;
+    }
+    std::fputs(report.c_str(), stdout);
+
+    std::printf("== Library\n");
+    std::printf("Code path in force:  %d\n", qp::g_codePath);
+    std::printf("Initialisation:  %s\n", qp::StatusText(qp::LoadStatus()));
+    Demonstrate();
     return 0;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the unit tests, the installed-package and symbol checks, the emulated
-# processors, and the whole unit suite again under AddressSanitizer and UndefinedBehaviorSanitizer.
+# processors, the whole unit suite again under AddressSanitizer and UndefinedBehaviorSanitizer, and
+# the unit and platform suites under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup-deps.sh
@@ -13,3 +14,7 @@ ctest --preset default -j "$jobs"
 cmake --preset sanitize >/dev/null
 cmake --build --preset sanitize -j "$jobs"
 ctest --preset sanitize -j "$jobs"
+
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan -j "$jobs"
+ctest --preset tsan -j "$jobs"
