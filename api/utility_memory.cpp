@@ -1,7 +1,7 @@
 // Copy and the aligned allocators.
 #include <cstdint>
 
-#include "quoraccelerate/utility.h"
+#include "quoraccelerate/utility/memory.h"
 #include "runtime/dispatch.h"
 
 namespace quoraccelerate {

@@ -3,7 +3,7 @@
 against each rival measured in the same run ("<op>/<rival>/<n>"). A ratio below 1 means the
 library is faster.
 
-    build/bench/qp_bench_vector --benchmark_repetitions=5 --benchmark_out=out.json
+    build/bench/qp_bench_arithmetic --benchmark_repetitions=5 --benchmark_out=out.json
     bench/ratios.py out.json
 """
 import json

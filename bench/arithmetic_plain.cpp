@@ -1,4 +1,4 @@
-#include "plain_loops.h"
+#include "arithmetic_plain.h"
 
 namespace plain {
 void Add(const float* a, const float* b, float* d, int n) {

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "bench_util.h"
-#include "plain_loops.h"
+#include "arithmetic_plain.h"
 #include "quoraccelerate/utility.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Element-wise arithmetic: each export moves the length last and tail-calls its primitive.
-#include "quoraccelerate/utility.h"
+#include "quoraccelerate/utility/arithmetic.h"
 #include "runtime/dispatch.h"
 
 namespace quoraccelerate {

@@ -1,0 +1,10 @@
+// Statistics and extrema.
+#pragma once
+
+#include "quoraccelerate/export.h"
+
+namespace quoraccelerate {
+namespace utility {
+
+}  // namespace utility
+}  // namespace quoraccelerate
