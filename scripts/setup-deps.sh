@@ -7,7 +7,8 @@ packages=(
   libboost-dev                                # boost::function, boost::shared_ptr, boost::typeindex
   libgtest-dev libbenchmark-dev               # unit tests and benchmarks
   qemu-user                                   # runs the tests as older processors
-  libfftw3-dev libvolk2-dev libsleef-dev      # rivals and oracles in tests and benchmarks only
+  libfftw3-dev libvolk2-dev libsleef-dev      # rivals and oracles, in tests and benchmarks only
+  libkissfft-dev libliquid-dev                #   (never linked into the library)
   libxsimd-dev libhwy-dev                     # the kernel-style measurement in bench/
 )
 
