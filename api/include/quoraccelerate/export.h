@@ -1,8 +1,6 @@
 #pragma once
 
 // Marks the exported interface; everything else in the library has hidden visibility.
-#if defined(QUORACCELERATE_BUILDING)
+// Default visibility on both sides: the library is built with hidden visibility, and a consumer
+// built the same way must still see these declarations as coming from a shared library.
 #define QUORACCELERATE_API __attribute__((visibility("default")))
-#else
-#define QUORACCELERATE_API
-#endif

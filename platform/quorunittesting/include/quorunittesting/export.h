@@ -1,0 +1,5 @@
+#pragma once
+
+// Default visibility on both sides: the library is built with hidden visibility, and a consumer
+// built the same way must still see these declarations as coming from a shared library.
+#define QUORUNITTESTING_API __attribute__((visibility("default")))
