@@ -1,15 +1,22 @@
-// The host program: what a product of the family does with the library at start-up. It asks the
-// debug monitor for the library's diagnostics report, waits (bounded) until the report is ready and
-// prints it, then shows the code path in force and runs a short demonstration through the
-// exported interface.
+// The host program: what a product of the family does with the library. It asks the debug monitor
+// for the library's diagnostics report, waits (bounded) until the report is ready and prints it,
+// runs the library's registered self-test tree and prints every suite and test with its result,
+// time and trace, then runs a short demonstration through the exported interface.
+//
+// Exit status 0 when the run completed; with --strict, 1 when any self-test failed.
+// --junit FILE also writes the self-test results as JUnit XML.
 #include <chrono>
 #include <cstdio>
+#include <cstring>
+#include <iostream>
 #include <string>
 #include <thread>
 
 #include "quoraccelerate/quoraccelerate.h"
+#include "quoraccelerate/test.h"
 #include "quorcore/debug.h"
 #include "quorcore/strings.h"
+#include "quorunittesting/runner.h"
 #include "runtime/runtime.h"
 
 namespace {
@@ -51,7 +58,20 @@ void Demonstrate() {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    bool strict = false;
+    quorunittesting::RunOptions options;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--strict") == 0) {
+            strict = true;
+        } else if (std::strcmp(argv[i], "--junit") == 0 && i + 1 < argc) {
+            options.junitPath = argv[++i];
+        } else {
+            std::fprintf(stderr, "usage: %s [--strict] [--junit FILE]\n", argv[0]);
+            return 2;
+        }
+    }
+
     std::printf("== Diagnostics report \"%s\"\n", kReportName);
     const std::string report = WaitForReport(std::chrono::seconds(30));
     if (report.empty()) {
@@ -64,5 +84,12 @@ int main() {
     std::printf("Code path in force:  %d\n", qp::g_codePath);
     std::printf("Initialisation:  %s\n", qp::StatusText(qp::LoadStatus()));
     Demonstrate();
-    return 0;
+
+    std::printf("== Self-tests \"%s\"\n", quoraccelerate::test::MainTestModule::kSuiteName);
+    std::fflush(stdout);
+    options.report = &std::cout;
+    const quorunittesting::RunSummary summary =
+        quorunittesting::RunRegisteredTests(options, quoraccelerate::test::MainTestModule::kSuiteName);
+    std::cout.flush();
+    return strict && summary.failed > 0 ? 1 : 0;
 }
