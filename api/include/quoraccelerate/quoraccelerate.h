@@ -1,4 +1,7 @@
 // The whole interface of the library.
 #pragma once
 
+#include "quoraccelerate/types.h"
 #include "quoraccelerate/utility.h"
+#include "quoraccelerate/filter.h"
+#include "quoraccelerate/test.h"

@@ -11,3 +11,6 @@
 #include "quoraccelerate/utility/complex.h"
 #include "quoraccelerate/utility/memory.h"
 #include "quoraccelerate/utility/statistics.h"
+#include "quoraccelerate/utility/window.h"
+#include "quoraccelerate/utility/design.h"
+#include "quoraccelerate/utility/dsp.h"

@@ -1,0 +1,11 @@
+// Window functions applied to signals.
+#pragma once
+
+#include "quoraccelerate/export.h"
+#include "quoraccelerate/types.h"
+
+namespace quoraccelerate {
+namespace utility {
+
+}  // namespace utility
+}  // namespace quoraccelerate
