@@ -1,0 +1,121 @@
+// Helpers of the recursive and multi-rate filter kernels: fused multiply-add (vector and scalar),
+// horizontal sums and lane masks.
+#pragma once
+
+#include <type_traits>
+
+#include "simd/simd.h"
+
+namespace qp {
+namespace QP_PATH_NS {
+namespace iirmrf {
+
+using simd::kLanes;
+using simd::Vec;
+
+// a * b + c, rounded once where the build has FMA, twice elsewhere.
+template <typename T>
+QP_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+    if constexpr (sizeof(T) == 4) {
+        return reinterpret_cast<Vec<T>>(
+            _mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b), reinterpret_cast<__m512>(c)));
+    } else {
+        return reinterpret_cast<Vec<T>>(
+            _mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b), reinterpret_cast<__m512d>(c)));
+    }
+#elif QP_VEC_BYTES == 64 && defined(__FMA__)
+    // The 512-bit source built for AVX2: two 256-bit halves.
+    if constexpr (sizeof(T) == 4) {
+        __m256 ah[2], bh[2], ch[2];
+        __builtin_memcpy(ah, &a, sizeof a);
+        __builtin_memcpy(bh, &b, sizeof b);
+        __builtin_memcpy(ch, &c, sizeof c);
+        ch[0] = _mm256_fmadd_ps(ah[0], bh[0], ch[0]);
+        ch[1] = _mm256_fmadd_ps(ah[1], bh[1], ch[1]);
+        Vec<T> r;
+        __builtin_memcpy(&r, ch, sizeof r);
+        return r;
+    } else {
+        __m256d ah[2], bh[2], ch[2];
+        __builtin_memcpy(ah, &a, sizeof a);
+        __builtin_memcpy(bh, &b, sizeof b);
+        __builtin_memcpy(ch, &c, sizeof c);
+        ch[0] = _mm256_fmadd_pd(ah[0], bh[0], ch[0]);
+        ch[1] = _mm256_fmadd_pd(ah[1], bh[1], ch[1]);
+        Vec<T> r;
+        __builtin_memcpy(&r, ch, sizeof r);
+        return r;
+    }
+#elif QP_VEC_BYTES == 32 && defined(__FMA__)
+    if constexpr (sizeof(T) == 4) {
+        return reinterpret_cast<Vec<T>>(
+            _mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b), reinterpret_cast<__m256>(c)));
+    } else {
+        return reinterpret_cast<Vec<T>>(
+            _mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b), reinterpret_cast<__m256d>(c)));
+    }
+#else
+    return a * b + c;
+#endif
+}
+
+// Scalar a * b + c, rounded once where the build has FMA (the builtin then compiles to one
+// instruction; without FMA it would be a library call, so the two roundings are spelled out).
+template <typename T>
+QP_INLINE T MulAddS(T a, T b, T c) {
+#if defined(__FMA__)
+    if constexpr (sizeof(T) == 4) {
+        return __builtin_fmaf(a, b, c);
+    } else {
+        return __builtin_fma(a, b, c);
+    }
+#else
+    return a * b + c;
+#endif
+}
+
+template <typename T, int kBytes>
+struct VecOfBytes {
+    typedef T type __attribute__((vector_size(kBytes)));
+};
+
+// Sum of the lanes: halves added until two lanes remain.
+template <typename T, int kBytes>
+QP_INLINE T SumLanes(typename VecOfBytes<T, kBytes>::type v) {
+    if constexpr (kBytes == 2 * static_cast<int>(sizeof(T))) {
+        return v[0] + v[1];
+    } else {
+        typedef typename VecOfBytes<T, kBytes / 2>::type Half;
+        Half h[2];
+        __builtin_memcpy(h, &v, sizeof v);
+        return SumLanes<T, kBytes / 2>(h[0] + h[1]);
+    }
+}
+
+template <typename T>
+QP_INLINE T HorizontalSum(Vec<T> v) {
+    return SumLanes<T, QP_VEC_BYTES>(v);
+}
+
+// Integer lanes of the same width as T.
+template <typename T>
+using LaneInt = typename std::conditional<sizeof(T) == 4, std::int32_t, std::int64_t>::type;
+
+// All-ones in lanes first .. L-1, zero in lanes 0 .. first-1.
+template <typename T>
+QP_INLINE Vec<LaneInt<T>> MaskFrom(int first) {
+    typedef LaneInt<T> I;
+    Vec<I> iota;
+    for (int l = 0; l < kLanes<T>; ++l) iota[l] = static_cast<I>(l);
+    return reinterpret_cast<Vec<I>>(iota >= static_cast<I>(first));
+}
+
+template <typename T>
+QP_INLINE Vec<T> And(Vec<T> v, Vec<LaneInt<T>> mask) {
+    return reinterpret_cast<Vec<T>>(reinterpret_cast<Vec<LaneInt<T>>>(v) & mask);
+}
+
+}  // namespace iirmrf
+}  // namespace QP_PATH_NS
+}  // namespace qp
