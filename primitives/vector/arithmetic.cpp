@@ -1,4 +1,11 @@
 // Element-wise arithmetic kernels.
+//
+// Every kernel checks its pointers (qpStsNullPtrErr) and then its length (qpStsSizeErr) before it
+// writes anything and accepts a destination that is exactly one of its sources. Single operations
+// (+, -, *, /) are correctly rounded on every code path; a product summed with another value may be
+// fused by the compiler on the builds that have FMA.
+#include "simd/arithmetic.h"
+#include "simd/math.h"
 #include "simd/simd.h"
 
 namespace qp {
@@ -6,36 +13,401 @@ namespace QP_PATH_NS {
 
 namespace {
 
-template <typename T>
-QP_INLINE Status Add(const T* a, const T* b, T* dst, int len) {
-    if (a == nullptr || b == nullptr || dst == nullptr) return qpStsNullPtrErr;
+using simd::Vec;
+namespace arith = simd::arith;
+
+template <typename... P>
+QP_INLINE bool AnyNull(const P*... p) {
+    return ((p == nullptr) || ...);
+}
+
+// d[i] = op(a[i], b[i]).
+template <typename T, typename VOp, typename SOp>
+QP_INLINE Status Binary(const T* a, const T* b, T* dst, int len, VOp vop, SOp sop) {
+    if (AnyNull(a, b, dst)) return qpStsNullPtrErr;
     if (len <= 0) return qpStsSizeErr;
-    simd::Map(
-        dst, len, [](simd::Vec<T> x, simd::Vec<T> y) { return x + y; }, [](T x, T y) { return x + y; }, a, b);
+    simd::Map(dst, len, vop, sop, a, b);
     return qpStsNoErr;
 }
 
-// |x| clears the sign bit, so -0 and NaN payloads behave like fabs.
-template <typename T, typename Bits>
-QP_INLINE Status Abs(const T* src, T* dst, int len) {
-    if (src == nullptr || dst == nullptr) return qpStsNullPtrErr;
+// d[i] = op(s[i]).
+template <typename T, typename VOp, typename SOp>
+QP_INLINE Status Unary(const T* src, T* dst, int len, VOp vop, SOp sop) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
     if (len <= 0) return qpStsSizeErr;
-    constexpr Bits kMagnitude = static_cast<Bits>(~Bits{0}) >> 1;
+    simd::Map(dst, len, vop, sop, src);
+    return qpStsNoErr;
+}
+
+// One macro per shape keeps each kernel to its formula: the same expression serves the vector
+// body (x, y of type Vec<T>, scalars broadcast by the operators) and the scalar remainder.
+#define QP_BINARY(T, expr)                                                                   \
+    Binary(a, b, dst, len, [](Vec<T> x, Vec<T> y) -> Vec<T> { return expr; }, \
+           [](T x, T y) -> T { return expr; })
+#define QP_UNARY_CAPTURE(T, expr)                                                           \
+    Unary(src, dst, len, [=](Vec<T> x) -> Vec<T> { return expr; }, [=](T x) -> T { return expr; })
+
+template <typename T>
+QP_INLINE Status MulComplex(const T* a, const T* b, T* dst, int len) {
+    if (AnyNull(a, b, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    const Vec<arith::Bits<T>> flip = ~arith::OddSignMask<T>() & arith::kSignBit<T>;
+    // (ar br - ai bi, ai br + ar bi): t1 = (ar br, ai br), t2 = (ai bi, ar bi) with the even lane negated.
+    auto vop = [flip](Vec<T> x, Vec<T> y) -> Vec<T> {
+        const Vec<T> t1 = x * arith::DupEven<T>(y);
+        const Vec<T> t2 = arith::SwapPairs<T>(x) * arith::DupOdd<T>(y);
+        return t1 + simd::BitCast<T>(simd::BitCast<arith::Bits<T>>(t2) ^ flip);
+    };
+    // Lengths count complex elements; 2^30 at a time keeps the element count within an int.
+    for (std::int64_t done = 0; done < len;) {
+        const int chunk = static_cast<int>(len - done < (1 << 30) ? len - done : (1 << 30));
+        arith::MapPadded<2>(dst + 2 * done, 2 * chunk, vop, a + 2 * done, b + 2 * done);
+        done += chunk;
+    }
+    return qpStsNoErr;
+}
+
+// Exact product, power-of-two scale with round half to even, saturation to 16 bits. Products and
+// roundings run on 32-bit lanes: |src * value| <= 2^30 leaves room for the rounding increment.
+QP_INLINE Status MulConstScaled(const short* src, short value, int scaleFactor, short* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    typedef std::int32_t I;
+    typedef short Half __attribute__((vector_size(QP_VEC_BYTES / 2)));
+    using VI = Vec<I>;
+    using VS = Vec<short>;
+    constexpr int kHalf = simd::kLanes<I>;
+    const auto split = [](VS x, VI* lo, VI* hi) {
+        Half h[2];
+        __builtin_memcpy(h, &x, sizeof x);
+        *lo = __builtin_convertvector(h[0], VI);
+        *hi = __builtin_convertvector(h[1], VI);
+    };
+    const auto join = [](VI lo, VI hi) {
+        lo = lo < -32768 ? -32768 : lo;
+        lo = lo > 32767 ? 32767 : lo;
+        hi = hi < -32768 ? -32768 : hi;
+        hi = hi > 32767 ? 32767 : hi;
+        Half h[2] = {__builtin_convertvector(lo, Half), __builtin_convertvector(hi, Half)};
+        VS r;
+        __builtin_memcpy(&r, h, sizeof r);
+        return r;
+    };
+    const auto saturate = [](I x) { return static_cast<short>(x < -32768 ? -32768 : (x > 32767 ? 32767 : x)); };
+    static_assert(2 * kHalf == simd::kLanes<short>, "two halves of 32-bit lanes per vector of shorts");
+    const I c = value;
+    if (scaleFactor > 0) {
+        // Beyond 31 every result is 0 (|product| <= 2^30), as at 31.
+        const int s = scaleFactor > 31 ? 31 : scaleFactor;
+        const I bias = (I{1} << (s - 1)) - 1;
+        // Adding half - 1 plus the lowest kept bit rounds a tie toward the even neighbour.
+        const auto round = [s, bias](auto p) { return (p + bias + ((p >> s) & 1)) >> s; };
+        simd::Map(
+            dst, len,
+            [&](VS x) {
+                VI lo, hi;
+                split(x, &lo, &hi);
+                return join(round(lo * c), round(hi * c));
+            },
+            [&](short x) { return saturate(round(I{x} * c)); }, src);
+    } else {
+        // A left shift of 15 already saturates every non-zero product, so larger ones are clamped
+        // to it; products are limited to +-32768 first, which saturate at any shift of 1 or more.
+        const int s = scaleFactor < -15 ? 15 : -scaleFactor;
+        const auto shift = [s](auto p) {
+            if (s == 0) return p;
+            p = p < -32768 ? -32768 : p;
+            p = p > 32768 ? 32768 : p;
+            return p << s;
+        };
+        simd::Map(
+            dst, len,
+            [&](VS x) {
+                VI lo, hi;
+                split(x, &lo, &hi);
+                return join(shift(lo * c), shift(hi * c));
+            },
+            [&](short x) { return saturate(shift(I{x} * c)); }, src);
+    }
+    return qpStsNoErr;
+}
+
+// Reverses src into dst; with dst == src, swaps blocks from both ends towards the middle.
+template <typename T>
+QP_INLINE Status Flip(const T* src, T* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    constexpr int L = simd::kLanes<T>;
+    if (src == dst) {
+        int i = 0, j = len;
+        for (; j - i >= 2 * L; i += L, j -= L) {
+            const Vec<T> lo = simd::Load(dst + i), hi = simd::Load(dst + j - L);
+            simd::Store(dst + i, arith::Reverse<T>(hi));
+            simd::Store(dst + j - L, arith::Reverse<T>(lo));
+        }
+        for (--j; i < j; ++i, --j) {
+            const T t = dst[i];
+            dst[i] = dst[j];
+            dst[j] = t;
+        }
+        return qpStsNoErr;
+    }
+    const T* end = src + len;  // dst[i] = end[-1 - i]
+    int i = 0;
+    if (static_cast<std::int64_t>(len) * static_cast<std::int64_t>(sizeof(T)) >= simd::kStreamBytes) {
+        for (; i < len && !simd::IsAligned(dst + i); ++i) dst[i] = end[-1 - i];
+        for (; i + 4 * L <= len; i += 4 * L) {
+            Vec<T> r[4];
+            for (int u = 0; u < 4; ++u) r[u] = arith::Reverse<T>(simd::Load(end - i - (u + 1) * L));
+            for (int u = 0; u < 4; ++u) simd::StreamStore(dst + i + u * L, r[u]);
+        }
+        simd::StreamFence();
+    }
+    for (; i + 2 * L <= len; i += 2 * L) {
+        const Vec<T> r0 = arith::Reverse<T>(simd::Load(end - i - L));
+        const Vec<T> r1 = arith::Reverse<T>(simd::Load(end - i - 2 * L));
+        simd::Store(dst + i, r0);
+        simd::Store(dst + i + L, r1);
+    }
+    for (; i < len; ++i) dst[i] = end[-1 - i];
+    return qpStsNoErr;
+}
+
+// Clipping with strict comparisons: a value equal to a level, and NaN, are kept.
+template <typename T>
+QP_INLINE Status ThresholdLtGt(const T* src, T levelLT, T valueLT, T levelGT, T valueGT, T* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
     simd::Map(
         dst, len,
-        [](simd::Vec<T> x) {
-            return simd::BitCast<T>(simd::BitCast<Bits>(x) & kMagnitude);
+        [=](Vec<T> x) {
+            const Vec<T> low = x < levelLT ? simd::Broadcast(valueLT) : x;
+            return x > levelGT ? simd::Broadcast(valueGT) : low;
         },
-        [](T x) { return __builtin_fabs(x); }, src);
+        [=](T x) { return x < levelLT ? valueLT : (x > levelGT ? valueGT : x); }, src);
     return qpStsNoErr;
+}
+
+// 1 / x after |x| is raised to at least level, keeping the sign. NaN stays NaN. A zero met at level
+// 0 gives an infinity of its sign and the warning qpStsInvZero, read from the division-by-zero flag.
+template <typename T>
+QP_INLINE Status InvThreshold(const T* src, T level, T* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    if (!(level >= 0)) return qpStsThreshNegLevelErr;
+    typedef arith::Bits<T> B;
+    arith::ExceptionScope scope;
+    arith::MapPadded(
+        dst, len,
+        [level](Vec<T> x) {
+            const Vec<B> bits = simd::BitCast<B>(x);
+            const Vec<T> mag = simd::BitCast<T>(bits & ~arith::kSignBit<T>);
+            const Vec<T> raised = mag < level ? simd::Broadcast(level) : mag;
+            return T(1) / simd::BitCast<T>(simd::BitCast<B>(raised) | (bits & arith::kSignBit<T>));
+        },
+        src);
+    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
+}
+
+// Complex reciprocal conj(z) / |z|^2 after |z| is raised to at least level, keeping the phase:
+// conj(z) / (|z| level) where |z| < level. A zero becomes (1 / level, 0) with the sign of its real
+// part, an infinity at level 0.
+//   Single precision runs in double lanes, where |z|^2 neither overflows nor underflows; double
+// precision lanes whose |z|^2 leaves the safe range are redone in extended precision.
+template <typename T, typename C>
+QP_INLINE Vec<double> InvThresholdPairs(Vec<double> z, double level, C& extreme) {
+    const Vec<double> sq = z * z;
+    const Vec<double> r2 = sq + arith::SwapPairs<double>(sq);
+    // Zero pairs from the parts themselves: |z|^2 of a tiny double may underflow to 0.
+    const Vec<std::int64_t> zeroPart = z == 0.0;
+    const Vec<std::int64_t> zero = zeroPart & arith::SwapPairs<std::int64_t>(zeroPart);
+    const Vec<std::int64_t> big = r2 >= level * level;
+    const Vec<double> den = big ? r2 : arith::Sqrt(r2) * level;
+    Vec<std::int64_t> even{};
+    for (int i = 0; i < simd::kLanes<double>; i += 2) even[i] = -1;
+    const Vec<double> conj =
+        simd::BitCast<double>(simd::BitCast<std::uint64_t>(z) ^ arith::OddSignMask<double>());
+    const Vec<double> one = simd::BitCast<double>((simd::BitCast<std::uint64_t>(z) & arith::kSignBit<double>) |
+                                                  simd::BitCast<std::uint64_t>(simd::Broadcast(1.0)));
+    const Vec<double> num = zero ? (even ? one : Vec<double>{}) : conj;
+    Vec<double> dd = zero ? (even ? simd::Broadcast(level) : simd::Broadcast(1.0)) : den;
+    if constexpr (sizeof(T) == 8) {
+        // Redone by the caller; divided by 1 here so that they raise no division-by-zero flag.
+        extreme = (r2 > 1e300) | ((r2 < 1e-290) & ~zero);
+        dd = extreme ? simd::Broadcast(1.0) : dd;
+    }
+    return num / dd;
+}
+
+QP_INLINE Status InvThresholdC32(const float* src, float level, float* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    if (!(level >= 0)) return qpStsThreshNegLevelErr;
+    typedef float HalfF __attribute__((vector_size(QP_VEC_BYTES / 2)));
+    const double lv = level;
+    arith::ExceptionScope scope;
+    for (std::int64_t done = 0; done < len;) {
+        const int chunk = static_cast<int>(len - done < (1 << 30) ? len - done : (1 << 30));
+        arith::MapPadded<2>(
+            dst + 2 * done, 2 * chunk,
+            [lv](Vec<float> x) {
+                HalfF h[2];
+                __builtin_memcpy(h, &x, sizeof x);
+                int unused = 0;
+                for (HalfF& part : h) {
+                    const Vec<double> r = InvThresholdPairs<float>(__builtin_convertvector(part, Vec<double>), lv, unused);
+                    part = __builtin_convertvector(r, HalfF);
+                }
+                Vec<float> r;
+                __builtin_memcpy(&r, h, sizeof r);
+                return r;
+            },
+            src + 2 * done);
+        done += chunk;
+    }
+    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
+}
+
+QP_INLINE Status InvThresholdC64(const double* src, double level, double* dst, int len) {
+    if (AnyNull(src, dst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    if (!(level >= 0)) return qpStsThreshNegLevelErr;
+    arith::ExceptionScope scope;
+    for (std::int64_t done = 0; done < len;) {
+        const int chunk = static_cast<int>(len - done < (1 << 29) ? len - done : (1 << 29));
+        arith::MapPadded<2>(
+            dst + 2 * done, 2 * chunk,
+            [level](Vec<double> z) {
+                Vec<std::int64_t> extreme;
+                Vec<double> r = InvThresholdPairs<double>(z, level, extreme);
+                if (__builtin_expect(simd::vmath::Any(extreme), 0)) {
+                    for (int i = 0; i < simd::kLanes<double>; i += 2) {
+                        if (!extreme[i]) continue;
+                        const long double re = z[i], im = z[i + 1];
+                        const long double r2 = re * re + im * im;
+                        const long double m = __builtin_sqrtl(r2);
+                        const long double den = m >= level ? r2 : m * level;
+                        r[i] = static_cast<double>(re / den);
+                        r[i + 1] = static_cast<double>(-im / den);
+                    }
+                }
+                return r;
+            },
+            src + 2 * done);
+        done += chunk;
+    }
+    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
 }
 
 }  // namespace
 
-Status add_f32(const float* a, const float* b, float* dst, int len) { return Add(a, b, dst, len); }
-Status add_f64(const double* a, const double* b, double* dst, int len) { return Add(a, b, dst, len); }
-Status abs_f32(const float* src, float* dst, int len) { return Abs<float, std::uint32_t>(src, dst, len); }
-Status abs_f64(const double* src, double* dst, int len) { return Abs<double, std::uint64_t>(src, dst, len); }
+Status add_f32(const float* a, const float* b, float* dst, int len) { return QP_BINARY(float, x + y); }
+Status add_f64(const double* a, const double* b, double* dst, int len) { return QP_BINARY(double, x + y); }
+Status sub_f32(const float* a, const float* b, float* dst, int len) { return QP_BINARY(float, y - x); }
+Status sub_f64(const double* a, const double* b, double* dst, int len) { return QP_BINARY(double, y - x); }
+Status mul_f32(const float* a, const float* b, float* dst, int len) { return QP_BINARY(float, x * y); }
+Status mul_f64(const double* a, const double* b, double* dst, int len) { return QP_BINARY(double, x * y); }
+Status div_f32(const float* a, const float* b, float* dst, int len) { return QP_BINARY(float, y / x); }
+Status div_f64(const double* a, const double* b, double* dst, int len) { return QP_BINARY(double, y / x); }
+
+// srcDst[i] += a[i] * b[i].
+Status add_product_f32(const float* a, const float* b, float* srcDst, int len) {
+    if (AnyNull(a, b, srcDst)) return qpStsNullPtrErr;
+    if (len <= 0) return qpStsSizeErr;
+    simd::Map(
+        srcDst, len, [](Vec<float> x, Vec<float> y, Vec<float> d) { return d + x * y; },
+        [](float x, float y, float d) { return d + x * y; }, a, b, static_cast<const float*>(srcDst));
+    return qpStsNoErr;
+}
+
+Status add_const_f32(const float* src, float value, float* dst, int len) { return QP_UNARY_CAPTURE(float, x + value); }
+Status add_const_f64(const double* src, double value, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x + value);
+}
+Status sub_const_f32(const float* src, float value, float* dst, int len) { return QP_UNARY_CAPTURE(float, x - value); }
+Status sub_const_f64(const double* src, double value, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x - value);
+}
+Status sub_const_rev_f32(const float* src, float value, float* dst, int len) {
+    return QP_UNARY_CAPTURE(float, value - x);
+}
+Status sub_const_rev_f64(const double* src, double value, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, value - x);
+}
+Status mul_const_f32(const float* src, float value, float* dst, int len) { return QP_UNARY_CAPTURE(float, x * value); }
+Status mul_const_f64(const double* src, double value, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x * value);
+}
+// Division, not a multiplication by the reciprocal: every quotient is correctly rounded.
+Status div_const_f32(const float* src, float value, float* dst, int len) { return QP_UNARY_CAPTURE(float, x / value); }
+Status div_const_f64(const double* src, double value, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x / value);
+}
+Status div_const_rev_f32(const float* src, float value, float* dst, int len) {
+    return QP_UNARY_CAPTURE(float, value / x);
+}
+Status sqr_f32(const float* src, float* dst, int len) { return QP_UNARY_CAPTURE(float, x * x); }
+Status normalize_f32(const float* src, float sub, float div, float* dst, int len) {
+    return QP_UNARY_CAPTURE(float, (x - sub) / div);
+}
+Status normalize_f64(const double* src, double sub, double div, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, (x - sub) / div);
+}
+
+// |x| clears the sign bit, so -0 and NaN payloads behave like fabs.
+Status abs_f32(const float* src, float* dst, int len) {
+    return Unary(
+        src, dst, len, [](Vec<float> x) { return simd::BitCast<float>(simd::BitCast<std::uint32_t>(x) & 0x7fffffffu); },
+        [](float x) { return __builtin_fabsf(x); });
+}
+Status abs_f64(const double* src, double* dst, int len) {
+    return Unary(
+        src, dst, len,
+        [](Vec<double> x) { return simd::BitCast<double>(simd::BitCast<std::uint64_t>(x) & 0x7fffffffffffffffull); },
+        [](double x) { return __builtin_fabs(x); });
+}
+
+Status mul_c32(const float* a, const float* b, float* dst, int len) { return MulComplex(a, b, dst, len); }
+Status mul_c64(const double* a, const double* b, double* dst, int len) { return MulComplex(a, b, dst, len); }
+Status mul_const_s16_sfs(const short* src, short value, int scaleFactor, short* dst, int len) {
+    return MulConstScaled(src, value, scaleFactor, dst, len);
+}
+
+Status flip_f32(const float* src, float* dst, int len) { return Flip(src, dst, len); }
+Status flip_f64(const double* src, double* dst, int len) { return Flip(src, dst, len); }
+
+Status threshold_lt_f32(const float* src, float level, float* dst, int len) {
+    return QP_UNARY_CAPTURE(float, x < level ? level : x);
+}
+Status threshold_lt_f64(const double* src, double level, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x < level ? level : x);
+}
+Status threshold_gt_f32(const float* src, float level, float* dst, int len) {
+    return QP_UNARY_CAPTURE(float, x > level ? level : x);
+}
+Status threshold_gt_f64(const double* src, double level, double* dst, int len) {
+    return QP_UNARY_CAPTURE(double, x > level ? level : x);
+}
+Status threshold_ltval_gtval_f32(const float* src, float levelLT, float valueLT, float levelGT, float valueGT,
+                                 float* dst, int len) {
+    return ThresholdLtGt(src, levelLT, valueLT, levelGT, valueGT, dst, len);
+}
+
+Status inv_threshold_f32(const float* src, float level, float* dst, int len) {
+    return InvThreshold(src, level, dst, len);
+}
+Status inv_threshold_f64(const double* src, double level, double* dst, int len) {
+    return InvThreshold(src, level, dst, len);
+}
+Status inv_threshold_c32(const float* src, float level, float* dst, int len) {
+    return InvThresholdC32(src, level, dst, len);
+}
+Status inv_threshold_c64(const double* src, double level, double* dst, int len) {
+    return InvThresholdC64(src, level, dst, len);
+}
+
+#undef QP_BINARY
+#undef QP_UNARY_CAPTURE
 
 }  // namespace QP_PATH_NS
 }  // namespace qp

@@ -1,0 +1,164 @@
+// Helpers of the element-wise arithmetic kernels: lane reversal, pair shuffles for interleaved
+// complex data, square root, a map whose partial vectors also run through the vector operation, and
+// a scope that masks floating-point exceptions and reports the flags raised inside it.
+#pragma once
+
+#include <utility>
+
+#include "simd/simd.h"
+
+namespace qp {
+namespace QP_PATH_NS {
+namespace simd {
+namespace arith {
+
+template <typename T, std::size_t... I>
+QP_INLINE Vec<T> ReverseImpl(Vec<T> v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, (kLanes<T> - 1 - static_cast<int>(I))...);
+}
+// Lanes in reverse order.
+template <typename T>
+QP_INLINE Vec<T> Reverse(Vec<T> v) {
+    return ReverseImpl<T>(v, std::make_index_sequence<kLanes<T>>());
+}
+
+template <typename T, std::size_t... I>
+QP_INLINE Vec<T> DupEvenImpl(Vec<T> v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, (static_cast<int>(I) & ~1)...);
+}
+template <typename T, std::size_t... I>
+QP_INLINE Vec<T> DupOddImpl(Vec<T> v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, (static_cast<int>(I) | 1)...);
+}
+template <typename T, std::size_t... I>
+QP_INLINE Vec<T> SwapPairsImpl(Vec<T> v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, (static_cast<int>(I) ^ 1)...);
+}
+// (x0, x0, x2, x2, ...), (x1, x1, x3, x3, ...) and (x1, x0, x3, x2, ...).
+template <typename T>
+QP_INLINE Vec<T> DupEven(Vec<T> v) {
+    return DupEvenImpl<T>(v, std::make_index_sequence<kLanes<T>>());
+}
+template <typename T>
+QP_INLINE Vec<T> DupOdd(Vec<T> v) {
+    return DupOddImpl<T>(v, std::make_index_sequence<kLanes<T>>());
+}
+template <typename T>
+QP_INLINE Vec<T> SwapPairs(Vec<T> v) {
+    return SwapPairsImpl<T>(v, std::make_index_sequence<kLanes<T>>());
+}
+
+// Unsigned integer of the element's width, for sign-bit manipulation.
+template <typename T>
+struct BitsOf;
+template <>
+struct BitsOf<float> {
+    typedef std::uint32_t type;
+};
+template <>
+struct BitsOf<double> {
+    typedef std::uint64_t type;
+};
+template <typename T>
+using Bits = typename BitsOf<T>::type;
+
+template <typename T>
+constexpr Bits<T> kSignBit = Bits<T>{1} << (8 * sizeof(T) - 1);
+
+// The sign bit in the odd lanes only: XOR with it negates the imaginary parts of interleaved pairs.
+template <typename T>
+QP_INLINE Vec<Bits<T>> OddSignMask() {
+    Vec<Bits<T>> m{};
+    for (int i = 1; i < kLanes<T>; i += 2) m[i] = kSignBit<T>;
+    return m;
+}
+
+// Correctly rounded square root of every lane.
+QP_INLINE Vec<double> Sqrt(Vec<double> v) {
+#if QP_VEC_BYTES == 16
+    return reinterpret_cast<Vec<double>>(_mm_sqrt_pd(reinterpret_cast<__m128d>(v)));
+#elif QP_VEC_BYTES == 32
+    return reinterpret_cast<Vec<double>>(_mm256_sqrt_pd(reinterpret_cast<__m256d>(v)));
+#elif defined(__AVX512F__)
+    // The zero-masked form: the unmasked one reads an undefined register that GCC 12 warns about.
+    return reinterpret_cast<Vec<double>>(_mm512_maskz_sqrt_pd(static_cast<__mmask8>(0xFF), reinterpret_cast<__m512d>(v)));
+#else
+    typedef double Half __attribute__((vector_size(32)));
+    Half h[2];
+    __builtin_memcpy(h, &v, sizeof v);
+    for (Half& x : h) x = reinterpret_cast<Half>(_mm256_sqrt_pd(reinterpret_cast<__m256d>(x)));
+    __builtin_memcpy(&v, h, sizeof v);
+    return v;
+#endif
+}
+
+template <typename T>
+QP_INLINE Vec<T> LoadPartial(const T* p, int m) {
+    Vec<T> v = Broadcast(T(1));
+    __builtin_memcpy(&v, p, static_cast<std::size_t>(m) * sizeof(T));
+    return v;
+}
+
+template <typename T>
+QP_INLINE void StorePartial(T* p, Vec<T> v, int m) {
+    __builtin_memcpy(p, &v, static_cast<std::size_t>(m) * sizeof(T));
+}
+
+// Element-wise map like simd::Map, for operations without a scalar form or whose scalar form must
+// give the same bits as the vector one: the partial vectors of the head (alignment for streaming)
+// and of the tail are loaded into a vector padded with ones and go through the vector operation.
+// kGroup elements are kept together (2 for interleaved complex pairs); n must be a multiple of it.
+template <int kGroup = 1, int kUnroll = 4, typename T, typename VOp, typename... Src>
+QP_INLINE void MapPadded(T* d, int n, VOp vop, const Src*... src) {
+    constexpr int L = kLanes<T>;
+    int i = 0;
+    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes &&
+        reinterpret_cast<std::uintptr_t>(d) % (kGroup * sizeof(T)) == 0) {
+        const int head = static_cast<int>((kVecBytes - reinterpret_cast<std::uintptr_t>(d) % kVecBytes) % kVecBytes /
+                                          sizeof(T));
+        if (head > 0) {
+            StorePartial(d, vop(LoadPartial(src, head)...), head);
+            i = head;
+        }
+        for (; i + kUnroll * L <= n; i += kUnroll * L) {
+            Vec<T> r[kUnroll];
+            for (int u = 0; u < kUnroll; ++u) r[u] = vop(Load(src + i + u * L)...);
+            for (int u = 0; u < kUnroll; ++u) StreamStore(d + i + u * L, r[u]);
+        }
+        StreamFence();
+    }
+    for (; i + kUnroll * L <= n; i += kUnroll * L) {
+        Vec<T> r[kUnroll];
+        for (int u = 0; u < kUnroll; ++u) r[u] = vop(Load(src + i + u * L)...);
+        for (int u = 0; u < kUnroll; ++u) Store(d + i + u * L, r[u]);
+    }
+    for (; i + L <= n; i += L) Store(d + i, vop(Load(src + i)...));
+    if (i < n) StorePartial(d + i, vop(LoadPartial(src + i, n - i)...), n - i);
+}
+
+// Masks every floating-point exception for its lifetime, starting with clear flags, and restores
+// the caller's control and status word on exit. Flags() reports what was raised in between.
+class ExceptionScope {
+public:
+    QP_INLINE ExceptionScope() : saved_(_mm_getcsr()) {
+        _mm_setcsr((saved_ | 0x1F80u) & ~0x3Fu);
+        __asm__ __volatile__("" ::: "memory");
+    }
+    QP_INLINE ~ExceptionScope() {
+        __asm__ __volatile__("" ::: "memory");
+        _mm_setcsr(saved_);
+    }
+    QP_INLINE unsigned Flags() const {
+        __asm__ __volatile__("" ::: "memory");
+        return _mm_getcsr() & 0x3Fu;
+    }
+    static constexpr unsigned kDivideByZero = 0x4u;
+
+private:
+    unsigned saved_;
+};
+
+}  // namespace arith
+}  // namespace simd
+}  // namespace QP_PATH_NS
+}  // namespace qp

@@ -1,0 +1,205 @@
+// Vector elementary functions for the kernels, on simd::Vec<float> and simd::Vec<double>.
+//
+// Every function takes and returns whole vectors and is branch-free on the common path; rare lanes
+// (zero, negative, subnormal, infinite, NaN) are fixed up only when a vector holds one. A lane's
+// result does not depend on the vector width; builds with FMA may fuse multiply-adds, which the
+// stated error bounds allow for.
+#pragma once
+
+#include "simd/simd.h"
+
+namespace qp {
+namespace QP_PATH_NS {
+namespace simd {
+namespace vmath {
+
+using VF = Vec<float>;
+using VD = Vec<double>;
+using VI = Vec<std::int32_t>;
+using VL = Vec<std::int64_t>;
+
+// True when any lane of a comparison mask (all-ones or all-zeros lanes) is set.
+template <typename M>
+QP_INLINE bool Any(M m) {
+#if QP_VEC_BYTES == 16
+    return _mm_movemask_epi8(reinterpret_cast<__m128i>(m)) != 0;
+#elif QP_VEC_BYTES == 32
+    const __m256i v = reinterpret_cast<__m256i>(m);
+    return !_mm256_testz_si256(v, v);
+#elif defined(__AVX512F__)
+    const __m512i v = reinterpret_cast<__m512i>(m);
+    return _mm512_test_epi32_mask(v, v) != 0;
+#else
+    typedef long long Half __attribute__((vector_size(32)));
+    Half h[2];
+    __builtin_memcpy(h, &m, sizeof m);
+    const __m256i v = reinterpret_cast<__m256i>(h[0] | h[1]);
+    return !_mm256_testz_si256(v, v);
+#endif
+}
+
+// a * b + c, with a single rounding where the build has FMA and two roundings elsewhere. For
+// approximations whose error budget allows either; exact-rounding code writes a * b + c itself.
+QP_INLINE VF MulAddAny(VF a, VF b, VF c) {
+#if defined(__FMA__) && QP_VEC_BYTES == 32
+    return reinterpret_cast<VF>(_mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b),
+                                                reinterpret_cast<__m256>(c)));
+#elif defined(__AVX512F__) && QP_VEC_BYTES == 64
+    return reinterpret_cast<VF>(_mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b),
+                                                reinterpret_cast<__m512>(c)));
+#elif defined(__FMA__) && QP_VEC_BYTES == 64
+    typedef float Half __attribute__((vector_size(32)));
+    Half ha[2], hb[2], hc[2], hr[2];
+    __builtin_memcpy(ha, &a, sizeof a);
+    __builtin_memcpy(hb, &b, sizeof b);
+    __builtin_memcpy(hc, &c, sizeof c);
+    for (int i = 0; i < 2; ++i)
+        hr[i] = reinterpret_cast<Half>(_mm256_fmadd_ps(reinterpret_cast<__m256>(ha[i]), reinterpret_cast<__m256>(hb[i]),
+                                                       reinterpret_cast<__m256>(hc[i])));
+    VF r;
+    __builtin_memcpy(&r, hr, sizeof r);
+    return r;
+#else
+    return a * b + c;
+#endif
+}
+
+namespace detail {
+
+// x = 2^k * m with m in [sqrt(1/2), sqrt(2)) for positive normal x: returns f = m - 1 (exact) and
+// the exponent k + kAdjust as a float.
+QP_INLINE VF ReduceLogF(VF x, VI kAdjust, VF* k) {
+    VI ix = BitCast<std::int32_t>(x) + (0x3f800000 - 0x3f3504f3);
+    *k = __builtin_convertvector((ix >> 23) - 0x7f + kAdjust, VF);
+    ix = (ix & 0x007fffff) + 0x3f3504f3;
+    return BitCast<float>(ix) - 1.0f;
+}
+
+// ln(2^kAdjust x) for positive normal x, to within one unit in the last place (0.5 ulp plus the error of an
+// atanh series in s = f / (2 + f) whose terms are summed small to large; the exponent enters with
+// ln 2 split in two so that k * ln2_hi is exact).
+QP_INLINE VF LogF24Normal(VF x, VI kAdjust) {
+    constexpr float kLn2Hi = 6.9313812256e-01f, kLn2Lo = 9.0580006145e-06f;
+    constexpr float kLg1 = 0.66666662693f, kLg2 = 0.40000972152f, kLg3 = 0.28498786688f, kLg4 = 0.24279078841f;
+    VF k;
+    const VF f = ReduceLogF(x, kAdjust, &k);
+    const VF s = f / (2.0f + f);
+    const VF z = s * s;
+    const VF w = z * z;
+    const VF t1 = w * (kLg2 + w * kLg4);
+    const VF t2 = z * (kLg1 + w * kLg3);
+    const VF r = t2 + t1;
+    const VF hfsq = 0.5f * f * f;
+    return s * (hfsq + r) + k * kLn2Lo - hfsq + f + k * kLn2Hi;
+}
+
+// ln(1 + f) = f * P(f) on [sqrt(1/2) - 1, sqrt(2) - 1], relative error 2^-22.1 (degree 7).
+QP_INLINE VF LogF21Normal(VF x, VI kAdjust) {
+    VF k;
+    const VF f = ReduceLogF(x, kAdjust, &k);
+    VF p = Broadcast(-9.895350784e-02f);
+    p = MulAddAny(p, f, Broadcast(1.612624824e-01f));
+    p = MulAddAny(p, f, Broadcast(-1.727820635e-01f));
+    p = MulAddAny(p, f, Broadcast(1.991334856e-01f));
+    p = MulAddAny(p, f, Broadcast(-2.496890724e-01f));
+    p = MulAddAny(p, f, Broadcast(3.333460689e-01f));
+    p = MulAddAny(p, f, Broadcast(-5.000037551e-01f));
+    p = MulAddAny(p, f, Broadcast(9.999999404e-01f));
+    return MulAddAny(k, Broadcast(6.9314718056e-01f), f * p);
+}
+
+// ln(1 + f) = f * P(f), relative error 2^-14.1 (degree 4).
+QP_INLINE VF LogF11Normal(VF x, VI kAdjust) {
+    VF k;
+    const VF f = ReduceLogF(x, kAdjust, &k);
+    VF p = Broadcast(1.734863222e-01f);
+    p = MulAddAny(p, f, Broadcast(-2.701022923e-01f));
+    p = MulAddAny(p, f, Broadcast(3.366878033e-01f));
+    p = MulAddAny(p, f, Broadcast(-4.995021224e-01f));
+    p = MulAddAny(p, f, Broadcast(9.999621511e-01f));
+    return MulAddAny(k, Broadcast(6.9314718056e-01f), f * p);
+}
+
+// Applies a core valid for positive normal numbers to any input: subnormals are scaled by 2^25
+// first (the core takes 25 off the exponent), 0 gives -inf, negatives and NaN give NaN, +inf stays +inf.
+template <typename Core>
+QP_INLINE VF LogFAny(VF x, Core core) {
+    const VI normal = (x >= 1.17549435e-38f) & (x < __builtin_huge_valf());
+    if (!Any(~normal)) return core(x, VI{});
+    const VI tiny = (x > 0.0f) & (x < 1.17549435e-38f);
+    const VF scaled = tiny ? x * 33554432.0f : (normal ? x : Broadcast(1.0f));
+    VF r = core(scaled, tiny & -25);
+    r = (x == 0.0f) ? Broadcast(-__builtin_huge_valf()) : r;
+    r = (x == __builtin_huge_valf()) ? x : r;
+    r = (x < 0.0f) | (x != x) ? Broadcast(__builtin_nanf("")) : r;
+    return r;
+}
+
+}  // namespace detail
+
+// Natural logarithm of every lane. Special values: ln(+-0) = -inf, ln(x < 0) = NaN, ln(NaN) = NaN,
+// ln(+inf) = +inf, ln(1) = +0; subnormal inputs are handled. Errors over all floats:
+//   LogF24  within 1 ulp;
+//   LogF21  21 correct bits or better;
+//   LogF11  11 correct bits or better (both fuse multiply-adds where the build has FMA).
+QP_INLINE VF LogF24(VF x) { return detail::LogFAny(x, [](VF v, VI k) { return detail::LogF24Normal(v, k); }); }
+QP_INLINE VF LogF21(VF x) { return detail::LogFAny(x, [](VF v, VI k) { return detail::LogF21Normal(v, k); }); }
+QP_INLINE VF LogF11(VF x) { return detail::LogFAny(x, [](VF v, VI k) { return detail::LogF11Normal(v, k); }); }
+
+namespace detail {
+
+// ln(2^kAdjust x) for positive normal doubles: x = 2^k (1 + f) with 1 + f in [sqrt(1/2), sqrt(2)), s = f / (2 + f),
+// ln(1 + f) = 2 atanh(s) as f - hfsq + s (hfsq + R(s^2)) with hfsq = f^2 / 2, or f - s (f - R) where
+// f is close to 0; k ln 2 is added in two parts. Error below one ulp.
+QP_INLINE VD LogD53Normal(VD x, VD kAdjust) {
+    constexpr double kLn2Hi = 6.93147180369123816490e-01, kLn2Lo = 1.90821492927058770002e-10;
+    constexpr double kLg1 = 6.666666666666735130e-01, kLg2 = 3.999999999940941908e-01,
+                     kLg3 = 2.857142874366239149e-01, kLg4 = 2.222219843214978396e-01,
+                     kLg5 = 1.818357216161805012e-01, kLg6 = 1.531383769920937332e-01,
+                     kLg7 = 1.479819860511658591e-01;
+    typedef std::uint64_t U;
+    const Vec<U> bits = BitCast<U>(x);
+    Vec<U> hx = bits >> 32;
+    Vec<U> k = (hx >> 20) - 1023;
+    hx &= 0xfffff;
+    const Vec<U> i = (hx + 0x95f64) & 0x100000;
+    const Vec<U> normalised = ((hx | (i ^ 0x3ff00000)) << 32) | (bits & 0xffffffffu);
+    k += i >> 20;
+    // k is small: adding it to the bits of 1.5 * 2^52 gives 1.5 * 2^52 + k exactly.
+    const VD dk = (BitCast<double>(k + 0x4338000000000000ull) - 6755399441055744.0) + kAdjust;
+    const VD f = BitCast<double>(normalised) - 1.0;
+    const VD s = f / (2.0 + f);
+    const VD z = s * s;
+    const VD w = z * z;
+    const VD t1 = w * (kLg2 + w * (kLg4 + w * kLg6));
+    const VD t2 = z * (kLg1 + w * (kLg3 + w * (kLg5 + w * kLg7)));
+    const VD r = t2 + t1;
+    const VD hfsq = 0.5 * f * f;
+    const VD far = dk * kLn2Hi - ((hfsq - (s * (hfsq + r) + dk * kLn2Lo)) - f);
+    const VD near = dk * kLn2Hi - ((s * (f - r) - dk * kLn2Lo) - f);
+    // The hfsq form where the mantissa's leading 20 bits lie in [0x6147a, 0x6b851]: 1 + f near
+    // sqrt(1/2) or sqrt(2).
+    const Vec<std::int64_t> useFar = (f >= 0x6147a / 1048576.0) | (f < (1.0 + 0x6b852 / 1048576.0) * 0.5 - 1.0);
+    return useFar ? far : near;
+}
+
+}  // namespace detail
+
+// Natural logarithm of every double lane, within one ulp; special values as for LogF24
+// (subnormals are scaled by 2^54 first).
+QP_INLINE VD LogD(VD x) {
+    const VL normal = (x >= 2.2250738585072014e-308) & (x < __builtin_huge_val());
+    if (!Any(~normal)) return detail::LogD53Normal(x, VD{});
+    const VL tiny = (x > 0.0) & (x < 2.2250738585072014e-308);
+    const VD scaled = tiny ? x * 18014398509481984.0 : (normal ? x : Broadcast(1.0));
+    VD r = detail::LogD53Normal(scaled, tiny ? Broadcast(-54.0) : VD{});
+    r = (x == 0.0) ? Broadcast(-__builtin_huge_val()) : r;
+    r = (x == __builtin_huge_val()) ? x : r;
+    r = (x < 0.0) | (x != x) ? Broadcast(__builtin_nan("")) : r;
+    return r;
+}
+
+}  // namespace vmath
+}  // namespace simd
+}  // namespace QP_PATH_NS
+}  // namespace qp
