@@ -3,5 +3,6 @@
 
 #include "quoraccelerate/types.h"
 #include "quoraccelerate/utility.h"
+#include "quoraccelerate/transform.h"
 #include "quoraccelerate/filter.h"
 #include "quoraccelerate/test.h"

@@ -2,15 +2,18 @@
 // released by the matching ...Free), and the window selector of the low-pass designer.
 #pragma once
 
+#include "quoraccelerate/export.h"
+
 namespace quoraccelerate {
 
 // FFT states: real, interleaved complex and split ("deinterleaved") complex, in both precisions.
-struct FFTState_Float;
-struct FFTState_Double;
-struct FFTState_Complex_Float_Interleaved;
-struct FFTState_Complex_Double_Interleaved;
-struct FFTState_Complex_Float_Deinterleaved;
-struct FFTState_Complex_Double_Deinterleaved;
+// Marked for export: they are template arguments of the exported FFTImpl instantiations.
+struct QUORACCELERATE_API FFTState_Float;
+struct QUORACCELERATE_API FFTState_Double;
+struct QUORACCELERATE_API FFTState_Complex_Float_Interleaved;
+struct QUORACCELERATE_API FFTState_Complex_Double_Interleaved;
+struct QUORACCELERATE_API FFTState_Complex_Float_Deinterleaved;
+struct QUORACCELERATE_API FFTState_Complex_Double_Deinterleaved;
 
 // Filter states.
 struct FIRState_Float;

@@ -1,0 +1,456 @@
+// FFT primitives of the six kinds: size query, spec initialiser, forward and inverse.
+#include "fft/fft_engine.h"
+
+namespace qp {
+namespace QP_PATH_NS {
+
+namespace {
+
+using fft::Spec;
+using namespace fftk;
+
+// Algorithm hint: 1 (the library's) chooses the method by order; 2 asks for the cache-blocked
+// method from order 10 up, whatever the cache (used by the tests to reach it at small sizes).
+constexpr int kHintBlocked = 2;
+constexpr int kBlockedMinOrder = 10;
+
+QP_INLINE int OrderLimit(int tag) {
+    switch (tag) {
+        case fft::kKindC32Split:
+        case fft::kKindR32:
+            return 29;
+        case fft::kKindC64Interleaved:
+            return 27;
+        default:
+            return 28;
+    }
+}
+
+QP_INLINE bool IsReal(int tag) { return tag == fft::kKindR32 || tag == fft::kKindR64; }
+
+QP_INLINE bool ValidFlag(int flag) {
+    return flag == fft::kNormForward || flag == fft::kNormInverse || flag == fft::kNormSqrt || flag == fft::kNormNone;
+}
+
+template <typename T>
+QP_INLINE T* AlignUp(void* p) {
+    const auto a = (reinterpret_cast<std::uintptr_t>(p) + 63) & ~std::uintptr_t{63};
+    return reinterpret_cast<T*>(a);
+}
+
+// Lays out the body of a spec and its tables (base = start of the spec; null only measures).
+// Returns the bytes from the spec start; `work` receives the work-buffer size.
+template <typename T>
+QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::int64_t& work) {
+    Arena arena{reinterpret_cast<unsigned char*>(spec), static_cast<std::int64_t>(sizeof(Spec<T>))};
+    fft::Body<T> body{};
+    const T* split = nullptr;
+    const std::int64_t n = std::int64_t{1} << order;
+    int eo = order;
+    work = 0;
+    if (IsReal(tag) && order <= kRealDirectMaxOrder<T>) {
+        body.method = fft::kMethodDirect;
+        body.small = BuildRoots<T>(n, n, arena);
+    } else {
+        if (IsReal(tag)) {
+            eo = order - 1;
+            split = BuildRoots<T>(n, n / 4 + 1, arena);
+        }
+        const std::int64_t m = std::int64_t{1} << eo;
+        if (eo <= kDirectMaxOrder) {
+            body.method = fft::kMethodDirect;
+            body.small = BuildRoots<T>(m, m, arena);
+        } else if (eo <= kInCacheMaxOrder<T> && !(hint == kHintBlocked && eo >= kBlockedMinOrder)) {
+            body.method = fft::kMethodInCache;
+            BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
+            work = 2 * m * static_cast<std::int64_t>(sizeof(T)) + fft::kBufferSlack;
+        } else {
+            body.method = fft::kMethodLarge;
+            const int rowBits = (eo + 1) / 2, colBits = eo / 2;
+            body.rows = 1 << rowBits;
+            body.cols = 1 << colBits;
+            body.loBits = rowBits;
+            body.lo = BuildRoots<T>(m, std::int64_t{1} << rowBits, arena);
+            body.hi = BuildRoots<T>(m >> rowBits, m >> rowBits, arena);
+            const std::int64_t B = kMaxLanes<T>;
+            T* lane = arena.Take<T>(2 * B * body.rows);
+            if (lane != nullptr) {
+                for (std::int64_t r = 0; r < body.rows; ++r)
+                    for (std::int64_t b = 0; b < B; ++b) {
+                        long double c, s;
+                        Twiddle(r * b, m, c, s);
+                        lane[r * B + b] = static_cast<T>(c);
+                        lane[B * body.rows + r * B + b] = static_cast<T>(s);
+                    }
+            }
+            body.laneTw = lane;
+            BuildPlan<T>(spec != nullptr ? &body.columns : nullptr, rowBits, static_cast<int>(B), arena);
+            BuildPlan<T>(spec != nullptr ? &body.rowsPlan : nullptr, colBits, static_cast<int>(B), arena);
+            work = LargeWorkBytes<T>(eo) + fft::kBufferSlack;
+        }
+    }
+    body.engineOrder = eo;
+    if (spec != nullptr) {
+        spec->b = body;
+        spec->h.split = split;
+        spec->h.twiddle = body.method == fft::kMethodDirect
+                              ? body.small
+                              : (body.method == fft::kMethodInCache ? static_cast<const T*>(body.main.pass[0].tw)
+                                                                    : body.lo);
+    }
+    return arena.used;
+}
+
+template <typename T>
+QP_INLINE Status SizeQuery(int tag, int order, int flag, int hint, int* specSize, int* initSize, int* bufSize) {
+    if (order < 0 || order > fft::kMaxOrder) return qpStsFftOrderErr;
+    if (specSize == nullptr || initSize == nullptr || bufSize == nullptr) return qpStsNullPtrErr;
+    if (!ValidFlag(flag)) return qpStsFftFlagErr;
+    if (order > OrderLimit(tag)) return qpStsFftOrderErr;
+    std::int64_t work = 0;
+    const std::int64_t bytes = Layout<T>(tag, order, hint, nullptr, work);
+    *specSize = static_cast<int>(bytes + fft::kSpecAlign);
+    *initSize = 0;
+    *bufSize = static_cast<int>(work);
+    return qpStsNoErr;
+}
+
+template <typename T>
+QP_INLINE Status Init(int tag, void** pSpec, int order, int flag, int hint, unsigned char* mem) {
+    if (pSpec == nullptr) return qpStsNullPtrErr;
+    if (order < 0 || order > OrderLimit(tag)) return qpStsFftOrderErr;
+    if (mem == nullptr) return qpStsNullPtrErr;
+    Spec<T>* spec = AlignUp<Spec<T>>(mem);
+    __builtin_memset(static_cast<void*>(spec), 0, fft::kHeaderBytes);
+    if (!ValidFlag(flag)) return qpStsFftFlagErr;
+    const double n = static_cast<double>(std::int64_t{1} << order);
+    spec->h.tag = tag;
+    spec->h.order = order;
+    spec->h.forwardScaled = (flag == fft::kNormForward || flag == fft::kNormSqrt) ? 1 : 0;
+    spec->h.inverseScaled = (flag == fft::kNormInverse || flag == fft::kNormSqrt) ? 1 : 0;
+    if (flag == fft::kNormSqrt)
+        spec->h.scale = static_cast<T>(1.0 / __builtin_sqrt(n));
+    else if (flag == fft::kNormNone)
+        spec->h.scale = static_cast<T>(1.0);
+    else
+        spec->h.scale = static_cast<T>(1.0 / n);
+    spec->h.hint = hint;
+    std::int64_t work = 0;
+    Layout<T>(tag, order, hint, spec, work);
+    spec->h.bufferSize = static_cast<std::int32_t>(work);
+    *pSpec = spec;
+    return qpStsNoErr;
+}
+
+// Common checks of the transforms, in order: spec, kind, data pointers, work buffer.
+template <typename T>
+QP_INLINE Status Check(const void* spec, int tag, bool dataOk, const unsigned char* buf) {
+    if (spec == nullptr) return qpStsNullPtrErr;
+    const Spec<T>* s = static_cast<const Spec<T>*>(spec);
+    if (s->h.tag != tag) return qpStsContextMatchErr;
+    if (!dataOk) return qpStsNullPtrErr;
+    if (s->h.bufferSize > 0 && buf == nullptr) return qpStsNullPtrErr;
+    return qpStsNoErr;
+}
+
+template <bool Interleaved, typename T, typename In, typename Out>
+QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled) {
+    const T scale = s->h.scale;
+    switch (s->b.method) {
+        case fft::kMethodDirect:
+            Direct<T>(s->b.engineOrder, x, y, s->b.small, scaled ? scale : static_cast<T>(1));
+            break;
+        case fft::kMethodInCache:
+            RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
+            break;
+        default:
+            RunLarge<Interleaved, T>(s, x, y, dstRe, dstIm, work, scaled, scale);
+            break;
+    }
+}
+
+template <typename T>
+QP_INLINE Status Split(int tag, bool inverse, const T* sr, const T* si, T* dr, T* di, const void* spec,
+                       unsigned char* buf) {
+    const Status st = Check<T>(spec, tag, sr != nullptr && si != nullptr && dr != nullptr && di != nullptr, buf);
+    if (st != qpStsNoErr) return st;
+    const Spec<T>* s = static_cast<const Spec<T>*>(spec);
+    T* work = AlignUp<T>(buf);
+    if (inverse) {
+        RunComplex<false, T>(s, simd::SplitIn<T>{si, sr}, simd::SplitOut<T>{di, dr}, di, dr, work, s->h.inverseScaled != 0);
+    } else {
+        RunComplex<false, T>(s, simd::SplitIn<T>{sr, si}, simd::SplitOut<T>{dr, di}, dr, di, work, s->h.forwardScaled != 0);
+    }
+    return qpStsNoErr;
+}
+
+template <typename T>
+QP_INLINE Status Interleaved(int tag, bool inverse, const T* src, T* dst, const void* spec, unsigned char* buf) {
+    const Status st = Check<T>(spec, tag, src != nullptr && dst != nullptr, buf);
+    if (st != qpStsNoErr) return st;
+    const Spec<T>* s = static_cast<const Spec<T>*>(spec);
+    T* work = AlignUp<T>(buf);
+    const std::int64_t n = std::int64_t{1} << s->b.engineOrder;
+    if (inverse)
+        RunComplex<true, T>(s, simd::InterIn<T, true>{src}, simd::InterOut<T, true>{dst}, dst, dst + n, work,
+                            s->h.inverseScaled != 0);
+    else
+        RunComplex<true, T>(s, simd::InterIn<T, false>{src}, simd::InterOut<T, false>{dst}, dst, dst + n, work,
+                            s->h.forwardScaled != 0);
+    return qpStsNoErr;
+}
+
+// --- real kinds -------------------------------------------------------------------------------
+
+// Orders up to kRealDirectMaxOrder: the whole N-point complex transform in registers.
+template <int K, typename T>
+QP_INLINE void RealDirectForward(const T* src, T* dst, const T* roots, T scale) {
+    constexpr int N = 1 << K;
+    if constexpr (K == 0) {
+        dst[0] = src[0] * scale;
+        dst[1] = 0;
+    } else {
+        T re[N], im[N];
+#pragma GCC unroll 32
+        for (int n = 0; n < N; ++n) {
+            re[n] = src[n];
+            im[n] = 0;
+        }
+        DirectInRegisters<K, T>(re, im, roots, roots + N);
+#pragma GCC unroll 32
+        for (int k = 1; k < N / 2; ++k) {
+            const int from = BitReverse(k, K);
+            dst[2 * k] = re[from] * scale;
+            dst[2 * k + 1] = im[from] * scale;
+        }
+        dst[0] = re[0] * scale;
+        dst[1] = 0;
+        dst[N] = re[1] * scale;  // bin N/2 sits at bit-reversed position 1
+        dst[N + 1] = 0;
+    }
+}
+
+// Inverse through the forward kernel: inverse(X) = swap(forward(swap(X))), X completed by symmetry.
+template <int K, typename T>
+QP_INLINE void RealDirectInverse(const T* src, T* dst, const T* roots, T scale) {
+    constexpr int N = 1 << K;
+    if constexpr (K == 0) {
+        dst[0] = src[0] * scale;
+    } else {
+        T re[N], im[N];  // swapped: re holds imaginary parts
+        re[0] = 0;
+        im[0] = src[0];
+        re[N / 2] = 0;
+        im[N / 2] = src[N];
+#pragma GCC unroll 32
+        for (int k = 1; k < N / 2; ++k) {
+            im[k] = src[2 * k];
+            re[k] = src[2 * k + 1];
+            im[N - k] = src[2 * k];
+            re[N - k] = -src[2 * k + 1];
+        }
+        DirectInRegisters<K, T>(re, im, roots, roots + N);
+#pragma GCC unroll 32
+        for (int n = 0; n < N; ++n) dst[n] = im[BitReverse(n, K)] * scale;
+    }
+}
+
+template <typename T>
+QP_INLINE void RealDirect(bool inverse, int order, const T* src, T* dst, const T* roots, T scale) {
+    switch (order) {
+#define QP_REAL_CASE(k)                                                      \
+    case k:                                                                  \
+        if (inverse)                                                         \
+            RealDirectInverse<k, T>(src, dst, roots, scale);                 \
+        else                                                                 \
+            RealDirectForward<k, T>(src, dst, roots, scale);                 \
+        break;
+        QP_REAL_CASE(0)
+        QP_REAL_CASE(1)
+        QP_REAL_CASE(2)
+        QP_REAL_CASE(3)
+        QP_REAL_CASE(4)
+        default:
+            if constexpr (kRealDirectMaxOrder<T> >= 5) {
+                if (inverse)
+                    RealDirectInverse<5, T>(src, dst, roots, scale);
+                else
+                    RealDirectForward<5, T>(src, dst, roots, scale);
+            }
+            break;
+#undef QP_REAL_CASE
+    }
+}
+
+// Split step of the half-length method, in place on dst: Z[k] (k < M) -> packed X (N + 2 values).
+template <typename T>
+QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t splitCount, T scale) {
+    const T h = static_cast<T>(0.5) * scale;
+    const T* wr = split;
+    const T* wi = split + splitCount;
+    constexpr int L = simd::kLanes<T>;
+    std::int64_t k = 1;
+    // Vector body: k .. k + L - 1 against M - k - L + 1 .. M - k, while the two ranges stay apart.
+    const Vec<T> hv = simd::Broadcast<T>(h);
+    for (; k + L - 1 < m - k - L + 1; k += L) {
+        const std::int64_t j0 = m - k - L + 1;  // lowest index of the mirrored block
+        CVec<T> zk = simd::InterIn<T>{d}.Load(k);
+        CVec<T> zj = simd::InterIn<T>{d}.Load(j0);
+        zj.re = simd::Reverse<T>(zj.re);
+        zj.im = simd::Reverse<T>(zj.im);
+        const CVec<T> a{zk.re + zj.re, zk.im - zj.im};
+        const CVec<T> b{zk.re - zj.re, zk.im + zj.im};
+        const CVec<T> c = simd::Mul(b, CVec<T>{simd::Load(wr + k), simd::Load(wi + k)});
+        const CVec<T> xk{(a.re + c.im) * hv, (a.im - c.re) * hv};
+        CVec<T> xj{(a.re - c.im) * hv, -(a.im + c.re) * hv};
+        xj.re = simd::Reverse<T>(xj.re);
+        xj.im = simd::Reverse<T>(xj.im);
+        simd::InterOut<T>{d}.Store(k, xk);
+        simd::InterOut<T>{d}.Store(j0, xj);
+    }
+    for (; k <= m / 2; ++k) {
+        const std::int64_t j = m - k;
+        const T zkr = d[2 * k], zki = d[2 * k + 1], zjr = d[2 * j], zji = d[2 * j + 1];
+        const T ar = zkr + zjr, ai = zki - zji, br = zkr - zjr, bi = zki + zji;
+        const T cr = wr[k] * br - wi[k] * bi, ci = wr[k] * bi + wi[k] * br;
+        d[2 * k] = (ar + ci) * h;
+        d[2 * k + 1] = (ai - cr) * h;
+        d[2 * j] = (ar - ci) * h;
+        d[2 * j + 1] = -(ai + cr) * h;
+    }
+    const T z0r = d[0], z0i = d[1];
+    d[0] = (z0r + z0i) * scale;
+    d[1] = 0;
+    d[2 * m] = (z0r - z0i) * scale;
+    d[2 * m + 1] = 0;
+}
+
+// Inverse split: packed X (src) -> 2 Z[k] in dst, k < M; positions 1 and N + 1 are not read.
+template <typename T>
+QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, std::int64_t splitCount) {
+    const T* wr = split;
+    const T* wi = split + splitCount;
+    const T x0 = s[0], xm = s[2 * m];
+    constexpr int L = simd::kLanes<T>;
+    std::int64_t k = 1;
+    for (; k + L - 1 < m - k - L + 1; k += L) {
+        const std::int64_t j0 = m - k - L + 1;
+        CVec<T> xk = simd::InterIn<T>{s}.Load(k);
+        CVec<T> xj = simd::InterIn<T>{s}.Load(j0);
+        xj.re = simd::Reverse<T>(xj.re);
+        xj.im = simd::Reverse<T>(xj.im);
+        const CVec<T> a{xk.re + xj.re, xk.im - xj.im};
+        const CVec<T> e{xk.re - xj.re, xk.im + xj.im};  // -i C
+        const CVec<T> c{-e.im, e.re};
+        const CVec<T> b = simd::MulConj(c, CVec<T>{simd::Load(wr + k), simd::Load(wi + k)});
+        const CVec<T> zk = a + b;
+        CVec<T> zj{a.re - b.re, b.im - a.im};
+        zj.re = simd::Reverse<T>(zj.re);
+        zj.im = simd::Reverse<T>(zj.im);
+        simd::InterOut<T>{d}.Store(k, zk);
+        simd::InterOut<T>{d}.Store(j0, zj);
+    }
+    for (; k <= m / 2; ++k) {
+        const std::int64_t j = m - k;
+        const T xkr = s[2 * k], xki = s[2 * k + 1], xjr = s[2 * j], xji = s[2 * j + 1];
+        const T ar = xkr + xjr, ai = xki - xji, er = xkr - xjr, ei = xki + xji;
+        const T cr = -ei, ci = er;
+        const T br = cr * wr[k] + ci * wi[k], bi = ci * wr[k] - cr * wi[k];
+        d[2 * k] = ar + br;
+        d[2 * k + 1] = ai + bi;
+        d[2 * j] = ar - br;
+        d[2 * j + 1] = bi - ai;
+    }
+    d[0] = x0 + xm;
+    d[1] = x0 - xm;
+}
+
+template <typename T>
+QP_INLINE Status Real(int tag, bool inverse, const T* src, T* dst, const void* spec, unsigned char* buf) {
+    const Status st = Check<T>(spec, tag, src != nullptr && dst != nullptr, buf);
+    if (st != qpStsNoErr) return st;
+    const Spec<T>* s = static_cast<const Spec<T>*>(spec);
+    const int order = s->h.order;
+    const bool scaled = inverse ? s->h.inverseScaled != 0 : s->h.forwardScaled != 0;
+    const T scale = scaled ? s->h.scale : static_cast<T>(1);
+    if (order <= kRealDirectMaxOrder<T>) {
+        RealDirect<T>(inverse, order, src, dst, s->b.small, scale);
+        return qpStsNoErr;
+    }
+    T* work = AlignUp<T>(buf);
+    const std::int64_t m = std::int64_t{1} << (order - 1);
+    const std::int64_t splitCount = (2 * m) / 4 + 1;
+    if (inverse) {
+        SplitInverse<T>(src, dst, m, s->h.split, splitCount);
+        RunComplex<true, T>(s, simd::InterIn<T, true>{dst}, simd::InterOut<T, true>{dst}, dst, dst + m, work, scaled);
+    } else {
+        RunComplex<true, T>(s, simd::InterIn<T, false>{src}, simd::InterOut<T, false>{dst}, dst, dst + m, work, false);
+        SplitForward<T>(dst, m, s->h.split, splitCount, scale);
+    }
+    return qpStsNoErr;
+}
+
+}  // namespace
+
+#define QP_FFT_KIND(suffix, T, tag)                                                                           \
+    Status fft_size_##suffix(int order, int flag, int hint, int* specSize, int* initSize, int* bufSize) {    \
+        return SizeQuery<T>(tag, order, flag, hint, specSize, initSize, bufSize);                            \
+                                \
+    }                                                                                                         \
+    Status fft_init_##suffix(void** spec, int order, int flag, int hint, unsigned char* mem,                 \
+                             unsigned char* initBuf) {                                                        \
+        (void)initBuf;                                                                                        \
+        return Init<T>(tag, spec, order, flag, hint, mem);                                                   \
+    }
+
+QP_FFT_KIND(c32i, float, fft::kKindC32Interleaved)
+QP_FFT_KIND(c32s, float, fft::kKindC32Split)
+QP_FFT_KIND(r32, float, fft::kKindR32)
+QP_FFT_KIND(c64i, double, fft::kKindC64Interleaved)
+QP_FFT_KIND(c64s, double, fft::kKindC64Split)
+QP_FFT_KIND(r64, double, fft::kKindR64)
+#undef QP_FFT_KIND
+
+Status fft_fwd_c32i(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    return Interleaved<float>(fft::kKindC32Interleaved, false, src, dst, spec, buf);
+}
+Status fft_inv_c32i(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    return Interleaved<float>(fft::kKindC32Interleaved, true, src, dst, spec, buf);
+}
+Status fft_fwd_c64i(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    return Interleaved<double>(fft::kKindC64Interleaved, false, src, dst, spec, buf);
+}
+Status fft_inv_c64i(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    return Interleaved<double>(fft::kKindC64Interleaved, true, src, dst, spec, buf);
+}
+Status fft_fwd_c32s(const float* srcRe, const float* srcIm, float* dstRe, float* dstIm, const void* spec,
+                    unsigned char* buf) {
+    return Split<float>(fft::kKindC32Split, false, srcRe, srcIm, dstRe, dstIm, spec, buf);
+}
+Status fft_inv_c32s(const float* srcRe, const float* srcIm, float* dstRe, float* dstIm, const void* spec,
+                    unsigned char* buf) {
+    return Split<float>(fft::kKindC32Split, true, srcRe, srcIm, dstRe, dstIm, spec, buf);
+}
+Status fft_fwd_c64s(const double* srcRe, const double* srcIm, double* dstRe, double* dstIm, const void* spec,
+                    unsigned char* buf) {
+    return Split<double>(fft::kKindC64Split, false, srcRe, srcIm, dstRe, dstIm, spec, buf);
+}
+Status fft_inv_c64s(const double* srcRe, const double* srcIm, double* dstRe, double* dstIm, const void* spec,
+                    unsigned char* buf) {
+    return Split<double>(fft::kKindC64Split, true, srcRe, srcIm, dstRe, dstIm, spec, buf);
+}
+Status fft_fwd_r32(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    return Real<float>(fft::kKindR32, false, src, dst, spec, buf);
+}
+Status fft_inv_r32(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    return Real<float>(fft::kKindR32, true, src, dst, spec, buf);
+}
+Status fft_fwd_r64(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    return Real<double>(fft::kKindR64, false, src, dst, spec, buf);
+}
+Status fft_inv_r64(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    return Real<double>(fft::kKindR64, true, src, dst, spec, buf);
+}
+
+}  // namespace QP_PATH_NS
+}  // namespace qp
