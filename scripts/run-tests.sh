@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the unit tests, the installed-package and symbol checks, the emulated
 # processors, the whole unit suite again under AddressSanitizer and UndefinedBehaviorSanitizer, and
-# the unit and platform suites under ThreadSanitizer.
+# the diagnostics and platform suites (the concurrent code) under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup-deps.sh
