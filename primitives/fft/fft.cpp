@@ -39,7 +39,7 @@ QP_INLINE T* AlignUp(void* p) {
 }
 
 // Lays out the body of a spec and its tables (base = start of the spec; null only measures).
-// Returns the bytes from the spec start; `work` receives the work-buffer size.
+// Returns the bytes counted from the start of the specification block; `work` receives the work-buffer size.
 template <typename T>
 QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::int64_t& work) {
     Arena arena{reinterpret_cast<unsigned char*>(spec), static_cast<std::int64_t>(sizeof(Spec<T>))};

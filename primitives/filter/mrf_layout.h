@@ -31,8 +31,8 @@ struct Spec {
     std::int32_t phase0;   // branch of the first output
     std::int32_t pos0;     // input position of the first output, relative to the block (-1 or 0)
     std::int32_t itersPerPass;
-    std::int32_t rowsOffset;   // bytes from the spec to the rows
-    std::int32_t frontOffset;  // bytes from the spec to front[up]
+    std::int32_t rowsOffset;   // offset of the rows in the state block
+    std::int32_t frontOffset;  // offset of front[up] in the state block
 };
 
 }  // namespace mrf
