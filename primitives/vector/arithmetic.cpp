@@ -4,6 +4,9 @@
 // writes anything and accepts a destination that is exactly one of its sources. Single operations
 // (+, -, *, /) are correctly rounded on every code path; a product summed with another value may be
 // fused by the compiler on the builds that have FMA.
+#include <cstdint>
+#include <type_traits>
+
 #include "simd/arithmetic.h"
 #include "simd/math.h"
 #include "simd/simd.h"
@@ -118,7 +121,12 @@ QP_INLINE Status MulConstScaled(const short* src, short value, int scaleFactor, 
             if (s == 0) return p;
             p = p < -32768 ? -32768 : p;
             p = p > 32768 ? 32768 : p;
-            return p << s;
+            // A left shift of a negative scalar is undefined before C++20: shift its bits instead.
+            if constexpr (std::is_integral<decltype(p)>::value) {
+                return static_cast<decltype(p)>(static_cast<std::uint32_t>(p) << s);
+            } else {
+                return p << s;
+            }
         };
         simd::Map(
             dst, len,
