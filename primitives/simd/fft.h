@@ -35,56 +35,7 @@ QP_INLINE CVec<T> Scale(CVec<T> a, Vec<T> s) {
     return {a.re * s, a.im * s};
 }
 
-// a * b + c and a * b - c, fused where the path has FMA (the 64-byte test build with AVX2 flags
-// splits each vector in two).
-template <typename T>
-QP_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {
-#if defined(__FMA__) || defined(__AVX512F__)
-#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
-    if constexpr (sizeof(T) == 4)
-        return reinterpret_cast<Vec<T>>(_mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b),
-                                                        reinterpret_cast<__m512>(c)));
-    else
-        return reinterpret_cast<Vec<T>>(_mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b),
-                                                        reinterpret_cast<__m512d>(c)));
-#elif QP_VEC_BYTES == 64
-    typedef T Half __attribute__((vector_size(32)));
-    Half ah[2], bh[2], ch[2], r[2];
-    __builtin_memcpy(ah, &a, sizeof a);
-    __builtin_memcpy(bh, &b, sizeof b);
-    __builtin_memcpy(ch, &c, sizeof c);
-    for (int k = 0; k < 2; ++k) {
-        if constexpr (sizeof(T) == 4)
-            r[k] = reinterpret_cast<Half>(_mm256_fmadd_ps(reinterpret_cast<__m256>(ah[k]), reinterpret_cast<__m256>(bh[k]),
-                                                          reinterpret_cast<__m256>(ch[k])));
-        else
-            r[k] = reinterpret_cast<Half>(_mm256_fmadd_pd(reinterpret_cast<__m256d>(ah[k]),
-                                                          reinterpret_cast<__m256d>(bh[k]), reinterpret_cast<__m256d>(ch[k])));
-    }
-    Vec<T> out;
-    __builtin_memcpy(&out, r, sizeof out);
-    return out;
-#elif QP_VEC_BYTES == 32
-    if constexpr (sizeof(T) == 4)
-        return reinterpret_cast<Vec<T>>(_mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b),
-                                                        reinterpret_cast<__m256>(c)));
-    else
-        return reinterpret_cast<Vec<T>>(_mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b),
-                                                        reinterpret_cast<__m256d>(c)));
-#else
-    if constexpr (sizeof(T) == 4)
-        return reinterpret_cast<Vec<T>>(
-            _mm_fmadd_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b), reinterpret_cast<__m128>(c)));
-    else
-        return reinterpret_cast<Vec<T>>(
-            _mm_fmadd_pd(reinterpret_cast<__m128d>(a), reinterpret_cast<__m128d>(b), reinterpret_cast<__m128d>(c)));
-#endif
-#else
-    return a * b + c;
-#endif
-}
-
-// a * w (complex)
+// a * w (complex), with simd::MulAdd fused where the path has FMA
 template <typename T>
 QP_INLINE CVec<T> Mul(CVec<T> a, CVec<T> w) {
     return {MulAdd<T>(a.re, w.re, -(a.im * w.im)), MulAdd<T>(a.re, w.im, a.im * w.re)};

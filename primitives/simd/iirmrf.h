@@ -13,52 +13,7 @@ namespace iirmrf {
 using simd::kLanes;
 using simd::Vec;
 
-// a * b + c, rounded once where the build has FMA, twice elsewhere.
-template <typename T>
-QP_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {
-#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
-    if constexpr (sizeof(T) == 4) {
-        return reinterpret_cast<Vec<T>>(
-            _mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b), reinterpret_cast<__m512>(c)));
-    } else {
-        return reinterpret_cast<Vec<T>>(
-            _mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b), reinterpret_cast<__m512d>(c)));
-    }
-#elif QP_VEC_BYTES == 64 && defined(__FMA__)
-    // The 512-bit source built for AVX2: two 256-bit halves.
-    if constexpr (sizeof(T) == 4) {
-        __m256 ah[2], bh[2], ch[2];
-        __builtin_memcpy(ah, &a, sizeof a);
-        __builtin_memcpy(bh, &b, sizeof b);
-        __builtin_memcpy(ch, &c, sizeof c);
-        ch[0] = _mm256_fmadd_ps(ah[0], bh[0], ch[0]);
-        ch[1] = _mm256_fmadd_ps(ah[1], bh[1], ch[1]);
-        Vec<T> r;
-        __builtin_memcpy(&r, ch, sizeof r);
-        return r;
-    } else {
-        __m256d ah[2], bh[2], ch[2];
-        __builtin_memcpy(ah, &a, sizeof a);
-        __builtin_memcpy(bh, &b, sizeof b);
-        __builtin_memcpy(ch, &c, sizeof c);
-        ch[0] = _mm256_fmadd_pd(ah[0], bh[0], ch[0]);
-        ch[1] = _mm256_fmadd_pd(ah[1], bh[1], ch[1]);
-        Vec<T> r;
-        __builtin_memcpy(&r, ch, sizeof r);
-        return r;
-    }
-#elif QP_VEC_BYTES == 32 && defined(__FMA__)
-    if constexpr (sizeof(T) == 4) {
-        return reinterpret_cast<Vec<T>>(
-            _mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b), reinterpret_cast<__m256>(c)));
-    } else {
-        return reinterpret_cast<Vec<T>>(
-            _mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b), reinterpret_cast<__m256d>(c)));
-    }
-#else
-    return a * b + c;
-#endif
-}
+using simd::MulAdd;
 
 // Scalar a * b + c, rounded once where the build has FMA (the builtin then compiles to one
 // instruction; without FMA it would be a library call, so the two roundings are spelled out).

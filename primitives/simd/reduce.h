@@ -41,50 +41,8 @@ QP_INLINE Vec<double> LoadWiden(const float* p) {
 #endif
 }
 
-// a * b + c, rounded once where the build has FMA, twice elsewhere.
-QP_INLINE Vec<double> MulAdd(Vec<double> a, Vec<double> b, Vec<double> c) {
-#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
-    return reinterpret_cast<Vec<double>>(_mm512_fmadd_pd(reinterpret_cast<__m512d>(a), reinterpret_cast<__m512d>(b),
-                                                         reinterpret_cast<__m512d>(c)));
-#elif QP_VEC_BYTES == 64 && defined(__FMA__)
-    __m256d ah[2], bh[2], ch[2];
-    __builtin_memcpy(ah, &a, sizeof a);
-    __builtin_memcpy(bh, &b, sizeof b);
-    __builtin_memcpy(ch, &c, sizeof c);
-    ch[0] = _mm256_fmadd_pd(ah[0], bh[0], ch[0]);
-    ch[1] = _mm256_fmadd_pd(ah[1], bh[1], ch[1]);
-    Vec<double> r;
-    __builtin_memcpy(&r, ch, sizeof r);
-    return r;
-#elif QP_VEC_BYTES == 32 && defined(__FMA__)
-    return reinterpret_cast<Vec<double>>(_mm256_fmadd_pd(reinterpret_cast<__m256d>(a), reinterpret_cast<__m256d>(b),
-                                                         reinterpret_cast<__m256d>(c)));
-#else
-    return a * b + c;
-#endif
-}
+using simd::MulAdd;
 
-QP_INLINE Vec<float> MulAdd(Vec<float> a, Vec<float> b, Vec<float> c) {
-#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
-    return reinterpret_cast<Vec<float>>(_mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b),
-                                                        reinterpret_cast<__m512>(c)));
-#elif QP_VEC_BYTES == 64 && defined(__FMA__)
-    __m256 ah[2], bh[2], ch[2];
-    __builtin_memcpy(ah, &a, sizeof a);
-    __builtin_memcpy(bh, &b, sizeof b);
-    __builtin_memcpy(ch, &c, sizeof c);
-    ch[0] = _mm256_fmadd_ps(ah[0], bh[0], ch[0]);
-    ch[1] = _mm256_fmadd_ps(ah[1], bh[1], ch[1]);
-    Vec<float> r;
-    __builtin_memcpy(&r, ch, sizeof r);
-    return r;
-#elif QP_VEC_BYTES == 32 && defined(__FMA__)
-    return reinterpret_cast<Vec<float>>(_mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b),
-                                                        reinterpret_cast<__m256>(c)));
-#else
-    return a * b + c;
-#endif
-}
 
 // The lanes of a float vector added into a double vector (two widened halves).
 QP_INLINE Vec<double> AddWidened(Vec<double> acc, Vec<float> v) {
