@@ -3,7 +3,7 @@
 #include "quoraccelerate/test.h"
 #include "quorunittesting/test.h"
 #include "qp/testqp_qp.h"
-#include "testbasicmath.h"
+#include "suites.h"
 
 namespace quoraccelerate {
 namespace test {
@@ -13,43 +13,20 @@ const char* const MainTestModule::kSuiteName = "quoraccelerate";
 namespace {
 
 using quorunittesting::Test;
-using quorunittesting::TestCase;
 using quorunittesting::TestSuite;
 
-// One test case class per test, named after it.
-#define QP_TEST_CASE(Class, Fixture, name, body)                             \
-    class Class : public TestCase<Fixture> {                                \
-    public:                                                                 \
-        Class() : TestCase<Fixture>(name, &Fixture::body) {}                \
-    };
-
-QP_TEST_CASE(T_AddTest, TestBasicMath, "AddTest", Test_Add)
-QP_TEST_CASE(T_AbsTest, TestBasicMath, "AbsTest", Test_Abs)
-QP_TEST_CASE(T_Abs_InPlaceTest, TestBasicMath, "Abs_InPlaceTest", Test_Abs_InPlace)
 QP_TEST_CASE(T_QPCoreTest, TestQP, "qp.core", Test_QPCore)
 
-Test* FilterIIRSuite() { return new TestSuite("filter"); }
-Test* FilterMRFSuite() { return new TestSuite("filter"); }
-Test* VectorUtilsSuite() { return new TestSuite("VectorUtils"); }
-Test* DspSuite() { return new TestSuite("Dsp"); }
+}  // namespace
 
-Test* BasicMathSuite() {
-    auto* suite = new TestSuite("BasicMath");
-    suite->AddTest(new T_AddTest);
-    suite->AddTest(new T_AbsTest);
-    suite->AddTest(new T_Abs_InPlaceTest);
-    return suite;
-}
-
-Test* WindowSuite() { return new TestSuite("Window"); }
-Test* FFTSuite() { return new TestSuite("FFT"); }
-Test* FIRSuite() { return new TestSuite("FIR"); }
-
+// "qp.core" keeps its source's line numbers fixed, so its suite is made here.
 Test* QPSuite() {
     auto* suite = new TestSuite("qp");
     suite->AddTest(new T_QPCoreTest);
     return suite;
 }
+
+namespace {
 
 // The root suite and its nine sub-suites, in this order.
 Test* RootSuite() {

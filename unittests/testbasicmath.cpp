@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "quoraccelerate/utility.h"
+#include "suites.h"
 #include "testsupport.h"
 
 namespace quoraccelerate {
@@ -88,6 +89,18 @@ void TestBasicMath::Test_Abs_InPlace(quorunittesting::TestContext& context) {
         utility::Abs_InPlace(n, d);
     };
     CompareUnary<float>(context, function, "Abs_InPlace", absF, &PlainAbs<float>, -1e30f, 1e30f, 0);
+}
+
+QP_TEST_CASE(T_AddTest, TestBasicMath, "AddTest", Test_Add)
+QP_TEST_CASE(T_AbsTest, TestBasicMath, "AbsTest", Test_Abs)
+QP_TEST_CASE(T_Abs_InPlaceTest, TestBasicMath, "Abs_InPlaceTest", Test_Abs_InPlace)
+
+quorunittesting::Test* BasicMathSuite() {
+    auto* suite = new quorunittesting::TestSuite("BasicMath");
+    suite->AddTest(new T_AddTest);
+    suite->AddTest(new T_AbsTest);
+    suite->AddTest(new T_Abs_InPlaceTest);
+    return suite;
 }
 
 }  // namespace test

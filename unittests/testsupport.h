@@ -5,12 +5,15 @@
 #include <boost/type_index.hpp>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iomanip>
 #include <limits>
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 #include "quorcore/time.h"
 #include "quorunittesting/test.h"
@@ -22,6 +25,36 @@ namespace test {
 // caller's kTestFunction.
 #define QP_TEST_FAIL(message) \
     ::quorunittesting::ThrowTestFailure((message), ::quorunittesting::LocationInfo{kTestFunction, __FILE__, __LINE__})
+
+// A test build of the library (QP_SELFTEST_FAULTS) can break the library's results on purpose, when
+// QP_SELFTEST_FAULT is set in the environment, to show that every check fails when the function it
+// checks is wrong. Each test passes what the library returned through BreakResult before comparing;
+// in the shipped library this compiles to nothing.
+inline bool FaultInjected() {
+#ifdef QP_SELFTEST_FAULTS
+    return std::getenv("QP_SELFTEST_FAULT") != nullptr;
+#else
+    return false;
+#endif
+}
+
+template <typename T>
+T BreakResult(T value) {
+    if (!FaultInjected()) return value;
+    if constexpr (std::is_same_v<T, bool>) {
+        return !value;
+    } else if constexpr (std::is_floating_point_v<T>) {
+        if (!std::isfinite(value)) return 0;
+        return std::fabs(value) >= 1 ? value / 2 : value + 1;
+    } else {
+        return value + 1;
+    }
+}
+
+template <typename T>
+void BreakResult(T* values, std::size_t count) {
+    if (count != 0) values[count / 2] = BreakResult(values[count / 2]);
+}
 
 // Equal when both are NaN, when both are infinite (whatever their signs), when the difference is
 // within factor x epsilon absolutely, or within factor x epsilon relative to the larger magnitude.
