@@ -75,8 +75,17 @@ void InterleaveTwo(std::size_t len, const double* a, const double* b, double* ds
     }
 }
 
+// Four frames per step with SSE2 shuffles, four steps per round: the stores of a round go first to
+// one destination, then to the other, 64 bytes each. Alternating single stores between the two
+// destinations runs at about half the speed once the arrays leave the caches.
 void DeinterleaveTwo(std::size_t len, const float* src, float* a, float* b) {
     std::size_t i = 0;
+    for (; i + 16 <= len; i += 16) {
+        __m128 s[8];
+        for (int k = 0; k < 8; ++k) s[k] = _mm_loadu_ps(src + 2 * i + 4 * k);
+        for (int k = 0; k < 4; ++k) _mm_storeu_ps(a + i + 4 * k, _mm_shuffle_ps(s[2 * k], s[2 * k + 1], _MM_SHUFFLE(2, 0, 2, 0)));
+        for (int k = 0; k < 4; ++k) _mm_storeu_ps(b + i + 4 * k, _mm_shuffle_ps(s[2 * k], s[2 * k + 1], _MM_SHUFFLE(3, 1, 3, 1)));
+    }
     for (; i + 4 <= len; i += 4) {
         const __m128 s0 = _mm_loadu_ps(src + 2 * i), s1 = _mm_loadu_ps(src + 2 * i + 4);
         _mm_storeu_ps(a + i, _mm_shuffle_ps(s0, s1, _MM_SHUFFLE(2, 0, 2, 0)));
@@ -90,12 +99,18 @@ void DeinterleaveTwo(std::size_t len, const float* src, float* a, float* b) {
 
 void DeinterleaveTwo(std::size_t len, const double* src, double* a, double* b) {
     std::size_t i = 0;
+    for (; i + 8 <= len; i += 8) {
+        __m128d s[8];
+        for (int k = 0; k < 8; ++k) s[k] = _mm_loadu_pd(src + 2 * i + 2 * k);
+        for (int k = 0; k < 4; ++k) _mm_storeu_pd(a + i + 2 * k, _mm_unpacklo_pd(s[2 * k], s[2 * k + 1]));
+        for (int k = 0; k < 4; ++k) _mm_storeu_pd(b + i + 2 * k, _mm_unpackhi_pd(s[2 * k], s[2 * k + 1]));
+    }
     for (; i + 4 <= len; i += 4) {
         const __m128d s0 = _mm_loadu_pd(src + 2 * i), s1 = _mm_loadu_pd(src + 2 * i + 2);
         const __m128d s2 = _mm_loadu_pd(src + 2 * i + 4), s3 = _mm_loadu_pd(src + 2 * i + 6);
         _mm_storeu_pd(a + i, _mm_unpacklo_pd(s0, s1));
-        _mm_storeu_pd(b + i, _mm_unpackhi_pd(s0, s1));
         _mm_storeu_pd(a + i + 2, _mm_unpacklo_pd(s2, s3));
+        _mm_storeu_pd(b + i, _mm_unpackhi_pd(s0, s1));
         _mm_storeu_pd(b + i + 2, _mm_unpackhi_pd(s2, s3));
     }
     for (; i < len; ++i) {

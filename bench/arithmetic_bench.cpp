@@ -128,10 +128,22 @@ const bool registered = [] {
     Register("MulConstant_f32", "volk", 2, 1,
              [](float* a, float*, float* d, int n) { volk_32f_s32f_multiply_32f(d, a, 1.5f, n); });
 
-    // VOLK's normalize multiplies by the reciprocal; the library divides.
-    Register("DivConstantInPlace_f32", "qp", 2, 1, [=](float*, float*, float* d, int n) { qu::DivConstant_InPlace(N(n), d, 1.0f); });
-    Register("DivConstantInPlace_f32", "plain", 2, 1, [](float*, float*, float* d, int n) { plain::DivConstantInPlace(d, 1.0f, n); });
-    Register("DivConstantInPlace_f32", "volk", 2, 1, [](float*, float*, float* d, int n) { volk_32f_s32f_normalize(d, 1.0f, n); });
+    // VOLK's normalize multiplies by the reciprocal; the library's quotients are those of a true
+    // division. Divided by 3 and then by 1/3 (neither a power of two) so that the values stay in
+    // range over the iterations.
+    const float third = 1.0f / 3.0f;
+    Register("DivConstantInPlace_f32", "qp", 4, 1, [=](float*, float*, float* d, int n) {
+        qu::DivConstant_InPlace(N(n), d, 3.0f);
+        qu::DivConstant_InPlace(N(n), d, third);
+    });
+    Register("DivConstantInPlace_f32", "plain", 4, 1, [=](float*, float*, float* d, int n) {
+        plain::DivConstantInPlace(d, 3.0f, n);
+        plain::DivConstantInPlace(d, third, n);
+    });
+    Register("DivConstantInPlace_f32", "volk", 4, 1, [=](float*, float*, float* d, int n) {
+        volk_32f_s32f_normalize(d, 3.0f, n);
+        volk_32f_s32f_normalize(d, third, n);
+    });
 
     Register("DivConstantRev_f32", "qp", 2, 1, [=](float* a, float*, float* d, int n) { qu::DivConstantRev(N(n), 2.0f, a, d); });
     Register("DivConstantRev_f32", "plain", 2, 1, [](float* a, float*, float* d, int n) { plain::DivConstantRev(2.0f, a, d, n); });

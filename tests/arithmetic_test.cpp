@@ -13,41 +13,19 @@
 #include <string>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/utility.h"
 
 namespace {
 
-using qptest::RunnablePaths;
 namespace qu = quoraccelerate::utility;
 
 // Lengths around every vector width (4, 8, 16 lanes of float, 2..8 of double) and the 4x unroll.
 constexpr int kLengths[] = {1, 2, 3, 7, 8, 15, 16, 17, 31, 33, 64, 65, 1000, 4099};
 constexpr int kOffsets[] = {0, 1, 3};  // element offsets from a 64-byte boundary
-constexpr int kGuard = 20;             // sentinel elements after the destination
-
+using qptest::SameOrBothNaN;
 template <typename T>
-bool SameOrBothNaN(T a, T b) {
-    return std::memcmp(&a, &b, sizeof a) == 0 || (a != a && b != b);
-}
-
-// An aligned arena at an element offset, with a sentinel tail to catch writes past the end.
-template <typename T>
-struct Buffer {
-    Buffer(int n, int offset) : storage(static_cast<std::size_t>(n + offset + kGuard) + 64 / sizeof(T)), n(n) {
-        auto base = reinterpret_cast<std::uintptr_t>(storage.data());
-        data = reinterpret_cast<T*>((base + 63) & ~std::uintptr_t{63}) + offset;
-        for (int i = 0; i < n + kGuard; ++i) data[i] = static_cast<T>(-12345.5);
-    }
-    bool TailIntact() const {
-        for (int i = n; i < n + kGuard; ++i)
-            if (data[i] != static_cast<T>(-12345.5)) return false;
-        return true;
-    }
-    std::vector<T> storage;
-    T* data;
-    int n;
-};
+using Buffer = qptest::Buffer<T>;
 
 // Mixed magnitudes and signs, a few zeros, and exact halves for rounding ties.
 template <typename T>
@@ -231,6 +209,39 @@ TEST_P(ArithmeticPaths, FloatOperationsMatchTheReference) {
 
 TEST_P(ArithmeticPaths, DoubleOperationsMatchTheReference) {
     for (const auto& c : DoubleCases(GetParam())) CheckMapCase(c);
+}
+
+// Division by a constant gives the bits of a true division for every divisor, powers of two (which
+// take a multiplication by the exact reciprocal) and others alike, on special and edge inputs.
+template <typename T>
+void CheckDivConstBits(qp::Status (*k)(const T*, T, T*, int)) {
+    using Lim = std::numeric_limits<T>;
+    std::vector<T> inputs = {T(0), -T(0), T(1), T(-1.5), T(3), Lim::denorm_min(), -Lim::min(), Lim::min() * T(0.75),
+                             Lim::max(), -Lim::max(), Lim::infinity(), -Lim::infinity(), Lim::quiet_NaN(),
+                             -Lim::quiet_NaN(), T(1e-30), T(7e20)};
+    std::mt19937 gen(3);
+    std::uniform_int_distribution<int> expo(Lim::min_exponent - Lim::digits, Lim::max_exponent);
+    while (inputs.size() < 75) inputs.push_back(std::ldexp(T(1) + T(gen() % 1000) / 1000, expo(gen)) * ((gen() & 1) ? 1 : -1));
+    const T divisors[] = {T(0.25), T(-8), T(1), T(-1), std::ldexp(T(1), Lim::min_exponent - 1),
+                          std::ldexp(T(1), Lim::max_exponent - 2), std::ldexp(T(1), Lim::max_exponent - 1),
+                          Lim::denorm_min(), T(3), T(-0.1), T(0), Lim::infinity(), Lim::quiet_NaN()};
+    const int n = static_cast<int>(inputs.size());
+    for (T c : divisors) {
+        SCOPED_TRACE(testing::Message() << "c=" << c);
+        Buffer<T> d(n, 1);
+        ASSERT_EQ(k(inputs.data(), c, d.data, n), qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) {
+            volatile T x = inputs[i];
+            const T want = x / c;
+            ASSERT_EQ(std::memcmp(&d.data[i], &want, sizeof(T)), 0) << inputs[i] << " / " << c << " gave " << d.data[i];
+        }
+        EXPECT_TRUE(d.TailIntact());
+    }
+}
+
+TEST_P(ArithmeticPaths, DivideByConstantGivesTheBitsOfADivision) {
+    CheckDivConstBits<float>(qptest::div_const_f32_paths[GetParam()]);
+    CheckDivConstBits<double>(qptest::div_const_f64_paths[GetParam()]);
 }
 
 // d + a * b with the product rounded on its own, or fused with the sum where the compiler
@@ -631,8 +642,7 @@ TEST_P(ArithmeticPaths, StreamingDestinations) {
     EXPECT_EQ(d[n + 1], 7.0f);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, ArithmeticPaths, testing::ValuesIn(RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(ArithmeticPaths);
 
 // Every positive float through the dispatched Ln_Prec24 and Ln.
 TEST(LargeArithmetic, FloatLogarithmExhaustive) {

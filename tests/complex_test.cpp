@@ -11,44 +11,20 @@
 #include <random>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/utility.h"
 
 namespace {
 
-using qptest::RunnablePaths;
 namespace qu = quoraccelerate::utility;
 
 constexpr int kLengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 1000, 4099};
 constexpr int kOffsets[] = {0, 1, 3};  // element offsets from a 64-byte boundary
-constexpr int kGuard = 24;             // sentinel elements after every destination
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-
+using qptest::SameBits;
 template <typename T>
-bool SameBits(T a, T b) {
-    return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
-
-// n elements at `offset` elements past a 64-byte boundary, followed by sentinels.
-template <typename T>
-struct Buffer {
-    Buffer(int n, int offset) : storage(static_cast<std::size_t>(n + offset + kGuard + 64)), n(n) {
-        const auto base = reinterpret_cast<std::uintptr_t>(storage.data());
-        data = reinterpret_cast<T*>((base + 63) & ~std::uintptr_t{63}) + offset;
-        std::fill(data, data + n + kGuard, kSentinel);
-    }
-    bool TailIntact() const {
-        for (int i = n; i < n + kGuard; ++i) {
-            if (!SameBits(data[i], kSentinel)) return false;
-        }
-        return true;
-    }
-    std::vector<T> storage;
-    T* data;
-    int n;
-    static constexpr T kSentinel = static_cast<T>(-12345.5);
-};
+using Buffer = qptest::Buffer<T>;
 
 // Error of `got` in units of the last place of T at the reference value.
 template <typename T>
@@ -362,8 +338,7 @@ TEST_P(ComplexPaths, RefusalsWriteNothing) {
     for (double x : dd) EXPECT_EQ(x, 9.0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, ComplexPaths, testing::ValuesIn(RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(ComplexPaths);
 
 // --- accuracy of the vector atan2, sin and cos over dense sweeps --------------------------------
 
@@ -456,8 +431,7 @@ TEST_P(ComplexAccuracy, SinCosWithinAFewUlpOverADenseSweep) {
     EXPECT_LE(worstSin, 2.5) << "sin at " << sinAt;
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, ComplexAccuracy, testing::ValuesIn(RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(ComplexAccuracy);
 
 // --- exported functions ---------------------------------------------------------------------------
 

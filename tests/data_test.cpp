@@ -10,12 +10,11 @@
 #include <random>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/utility.h"
 
 namespace {
 
-using qptest::RunnablePaths;
 
 // Lengths around every vector width (16, 32, 64 bytes), its unroll and the short-copy size classes.
 const std::vector<int>& Lengths() {
@@ -24,37 +23,10 @@ const std::vector<int>& Lengths() {
     return qptest::Emulated() ? emulated : all;
 }
 constexpr int kOffsets[] = {0, 1, 3};  // element offsets from a 64-byte boundary
-constexpr int kGuardBytes = 96;
-constexpr unsigned char kFill = 0xA5;
-
-// A 64-byte aligned arena: n elements at an element offset, framed by guard bytes on both sides.
+constexpr unsigned char kFill = qptest::Buffer<char>::kFill;
+using qptest::FillBits;
 template <typename T>
-struct Arena {
-    Arena(int n, int offset) : bytes(static_cast<std::size_t>(n) * sizeof(T)), storage(bytes + 3 * kGuardBytes + 64 + offset * sizeof(T), kFill) {
-        const auto base = reinterpret_cast<std::uintptr_t>(storage.data()) + kGuardBytes;
-        data = reinterpret_cast<T*>(((base + 63) & ~std::uintptr_t{63}) + offset * sizeof(T));
-    }
-    bool GuardsIntact() const {
-        const auto* p = reinterpret_cast<const unsigned char*>(data);
-        for (int i = 1; i <= kGuardBytes; ++i) {
-            if (p[-i] != kFill || p[bytes + i - 1] != kFill) return false;
-        }
-        return true;
-    }
-    std::size_t bytes;
-    std::vector<unsigned char> storage;
-    T* data;
-};
-
-template <typename T>
-void FillBits(T* p, int n, unsigned seed) {
-    std::mt19937 gen(seed);
-    for (int i = 0; i < n; ++i) {
-        unsigned char b[sizeof(T)];
-        for (auto& x : b) x = static_cast<unsigned char>(gen());
-        std::memcpy(&p[i], b, sizeof(T));
-    }
-}
+using Arena = qptest::Buffer<T>;
 
 class DataPaths : public testing::TestWithParam<int> {
 protected:
@@ -561,8 +533,7 @@ TEST_P(DataPaths, LargeRangesStream) {
     EXPECT_EQ(w[n + 1], 4.0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, DataPaths, testing::ValuesIn(RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(DataPaths);
 
 // --- the exports, through dispatch --------------------------------------------------------------
 

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/utility/statistics.h"
 
 namespace {
@@ -24,33 +24,14 @@ constexpr int kOffsets[] = {0, 1, 3};  // elements past a 64-byte boundary
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-// n elements starting `offset` elements past a 64-byte boundary, followed by a sentinel tail.
 template <typename T>
-struct Arena {
-    Arena(int n, int offset, T fill = T(-777)) : store(static_cast<std::size_t>(n + offset + 16 + 16)), n(n) {
-        const auto base = (reinterpret_cast<std::uintptr_t>(store.data()) + 63) & ~std::uintptr_t{63};
-        p = reinterpret_cast<T*>(base) + offset;
-        std::fill(p, p + n + 16, fill);
-    }
-    bool TailIntact(T fill = T(-777)) const {
-        for (int i = n; i < n + 16; ++i) {
-            if (p[i] != fill) return false;
-        }
-        return true;
-    }
-    std::vector<T> store;
-    T* p;
-    int n;
-};
+using Arena = qptest::Buffer<T>;
+using qptest::SameOrBothNaN;
 
 template <typename T>
 void Fill(T* p, int n, std::mt19937& gen, T lo = -100, T hi = 100) {
     std::uniform_real_distribution<T> d(lo, hi);
     for (int i = 0; i < n; ++i) p[i] = d(gen);
-}
-
-bool SameOrBothNaN(float a, float b) {
-    return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 // Distance in units in the last place of float, against a long double reference.
@@ -89,33 +70,33 @@ TEST_P(StatsPaths, SumsAndNormsMatchLongDouble) {
             SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << off);
             Arena<float> f(n, off);
             Arena<double> d(n, off);
-            Fill(f.p, n, gen);
-            Fill(d.p, n, gen);
+            Fill(f.data, n, gen);
+            Fill(d.data, n, gen);
             long double sf = 0, qf = 0, sd = 0, qd = 0, ad = 0;
             for (int i = 0; i < n; ++i) {
-                sf += f.p[i];
-                qf += static_cast<long double>(f.p[i]) * f.p[i];
-                sd += d.p[i];
-                qd += static_cast<long double>(d.p[i]) * d.p[i];
-                ad += std::fabs(d.p[i]);
+                sf += f.data[i];
+                qf += static_cast<long double>(f.data[i]) * f.data[i];
+                sd += d.data[i];
+                qd += static_cast<long double>(d.data[i]) * d.data[i];
+                ad += std::fabs(d.data[i]);
             }
             float rf = 0;
             double rd = 0;
-            ASSERT_EQ(qptest::sum_f32_paths[P()](f.p, 0, &rf, n), qp::qpStsNoErr);
+            ASSERT_EQ(qptest::sum_f32_paths[P()](f.data, 0, &rf, n), qp::qpStsNoErr);
             EXPECT_LE(Ulps(rf, sf), 1.0) << rf << " vs " << static_cast<double>(sf);
-            ASSERT_EQ(qptest::norml2_f32_paths[P()](f.p, &rf, n), qp::qpStsNoErr);
+            ASSERT_EQ(qptest::norml2_f32_paths[P()](f.data, &rf, n), qp::qpStsNoErr);
             EXPECT_LE(Ulps(rf, std::sqrt(qf)), 1.0);
             // Double sums: within the classic bound n * eps * sum |x|.
             const double bound = n * 0x1p-52 * static_cast<double>(ad);
-            ASSERT_EQ(qptest::sum_f64_paths[P()](d.p, &rd, n), qp::qpStsNoErr);
+            ASSERT_EQ(qptest::sum_f64_paths[P()](d.data, &rd, n), qp::qpStsNoErr);
             EXPECT_NEAR(rd, static_cast<double>(sd), bound);
-            ASSERT_EQ(qptest::norml2_f64_paths[P()](d.p, &rd, n), qp::qpStsNoErr);
+            ASSERT_EQ(qptest::norml2_f64_paths[P()](d.data, &rd, n), qp::qpStsNoErr);
             EXPECT_NEAR(rd, static_cast<double>(std::sqrt(qd)), bound);
             if (n < 2) continue;
             const long double mean = sf / n;
             long double v = 0;
-            for (int i = 0; i < n; ++i) v += (f.p[i] - mean) * (f.p[i] - mean);
-            ASSERT_EQ(qptest::stddev_f32_paths[P()](f.p, 2, &rf, n), qp::qpStsNoErr);
+            for (int i = 0; i < n; ++i) v += (f.data[i] - mean) * (f.data[i] - mean);
+            ASSERT_EQ(qptest::stddev_f32_paths[P()](f.data, 2, &rf, n), qp::qpStsNoErr);
             EXPECT_LE(Ulps(rf, std::sqrt(v / (n - 1))), 2.0);
         }
     }
@@ -217,14 +198,14 @@ TEST_P(StatsPaths, PlantedExtremaAndTiesGiveTheFirstOccurrence) {
         Arena<float> a(n, off);
         for (int p : Positions(n)) {
             SCOPED_TRACE(testing::Message() << "n=" << n << " at=" << p);
-            Fill(a.p, n, gen);
-            a.p[p] = 500;
-            a.p[n - 1 - p] = -500;
-            CheckExtrema(P(), a.p, n);
+            Fill(a.data, n, gen);
+            a.data[p] = 500;
+            a.data[n - 1 - p] = -500;
+            CheckExtrema(P(), a.data, n);
             // A later tie, and an earlier one in another lane or block.
-            a.p[(p + 5) % n] = 500;
-            a.p[p / 3] = -500;
-            CheckExtrema(P(), a.p, n);
+            a.data[(p + 5) % n] = 500;
+            a.data[p / 3] = -500;
+            CheckExtrema(P(), a.data, n);
         }
     }
 }
@@ -273,19 +254,19 @@ TEST_P(StatsPaths, EveryMatchesTheRuleOnAllLengthsAndAliasings) {
             for (int off : kOffsets) {
                 SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << off);
                 Arena<float> a(n, off), b(n, (off + 2) % 4), d(n, (off + 1) % 4);
-                Fill(a.p, n, gen, -4.0f, 4.0f);
-                Fill(b.p, n, gen, -4.0f, 4.0f);
-                for (int i = 0; i < n; i += 3) a.p[i] = specials[(i / 3) % 5];
-                for (int i = 0; i < n; i += 2) b.p[i] = specials[(i / 2) % 5];
-                std::vector<float> want(n), a0(a.p, a.p + n), b0(b.p, b.p + n);
+                Fill(a.data, n, gen, -4.0f, 4.0f);
+                Fill(b.data, n, gen, -4.0f, 4.0f);
+                for (int i = 0; i < n; i += 3) a.data[i] = specials[(i / 3) % 5];
+                for (int i = 0; i < n; i += 2) b.data[i] = specials[(i / 2) % 5];
+                std::vector<float> want(n), a0(a.data, a.data + n), b0(b.data, b.data + n);
                 for (int i = 0; i < n; ++i) want[i] = op.ref(a0[i], b0[i]);
-                ASSERT_EQ(op.binary(a.p, b.p, d.p, n), qp::qpStsNoErr);
-                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(d.p[i], want[i])) << i;
+                ASSERT_EQ(op.binary(a.data, b.data, d.data, n), qp::qpStsNoErr);
+                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(d.data[i], want[i])) << i;
                 EXPECT_TRUE(d.TailIntact());
-                ASSERT_EQ(op.binary(a.p, b.p, a.p, n), qp::qpStsNoErr);  // dst is a
-                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(a.p[i], want[i])) << i;
-                ASSERT_EQ(op.inPlace(a0.data(), b.p, n), qp::qpStsNoErr);  // dst is b
-                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(b.p[i], want[i])) << i;
+                ASSERT_EQ(op.binary(a.data, b.data, a.data, n), qp::qpStsNoErr);  // dst is a
+                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(a.data[i], want[i])) << i;
+                ASSERT_EQ(op.inPlace(a0.data(), b.data, n), qp::qpStsNoErr);  // dst is b
+                for (int i = 0; i < n; ++i) ASSERT_TRUE(SameOrBothNaN(b.data[i], want[i])) << i;
                 EXPECT_TRUE(b.TailIntact());
             }
         }
@@ -348,8 +329,7 @@ TEST_P(StatsPaths, RefusalsReturnTheStatusAndWriteNothing) {
     EXPECT_EQ(o, 9);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, StatsPaths, testing::ValuesIn(qptest::RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(StatsPaths);
 
 // Worst error of the float Sum, NormL2 and StandardDeviation on a million random elements (a
 // sixteenth of that under emulation), against long double. Zero-mean data makes the sum cancel.
@@ -473,14 +453,14 @@ TEST(StatsExports, LargestMagnitudeOverLengthsAndAlignments) {
             Arena<float> a(n, off);
             for (int p : Positions(n)) {
                 SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << off << " at=" << p);
-                Fill(a.p, n, gen);
-                a.p[p] = (p % 2) ? -300.0f : 300.0f;
-                ASSERT_EQ(qu::MinMax(a.p, static_cast<unsigned int>(n)), 300.0f);
+                Fill(a.data, n, gen);
+                a.data[p] = (p % 2) ? -300.0f : 300.0f;
+                ASSERT_EQ(qu::MinMax(a.data, static_cast<unsigned int>(n)), 300.0f);
             }
-            a.p[0] = kNaN;  // a NaN seed does not stick
+            a.data[0] = kNaN;  // a NaN seed does not stick
             float want = 0;
-            for (int i = 1; i < n; ++i) want = std::max(want, std::fabs(a.p[i]));
-            const float got = qu::MinMax(a.p, static_cast<unsigned int>(n));
+            for (int i = 1; i < n; ++i) want = std::max(want, std::fabs(a.data[i]));
+            const float got = qu::MinMax(a.data, static_cast<unsigned int>(n));
             EXPECT_TRUE(n > 1 ? got == want : std::isnan(got)) << n;
         }
     }

@@ -73,6 +73,52 @@ QP_INLINE Vec<Bits<T>> OddSignMask() {
     return m;
 }
 
+// Lane-wise a > b ? a : b and a < b ? a : b in one instruction each: b where the lanes are equal
+// or either is NaN.
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm512_maskz_max_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+}
+QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm512_maskz_min_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+}
+#elif QP_VEC_BYTES == 64
+QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
+    __m256 x[2], y[2];
+    __builtin_memcpy(x, &a, sizeof a);
+    __builtin_memcpy(y, &b, sizeof b);
+    x[0] = _mm256_max_ps(x[0], y[0]);
+    x[1] = _mm256_max_ps(x[1], y[1]);
+    __builtin_memcpy(&a, x, sizeof a);
+    return a;
+}
+QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
+    __m256 x[2], y[2];
+    __builtin_memcpy(x, &a, sizeof a);
+    __builtin_memcpy(y, &b, sizeof b);
+    x[0] = _mm256_min_ps(x[0], y[0]);
+    x[1] = _mm256_min_ps(x[1], y[1]);
+    __builtin_memcpy(&a, x, sizeof a);
+    return a;
+}
+#elif QP_VEC_BYTES == 32
+QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm256_max_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+}
+QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm256_min_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+}
+#else
+QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm_max_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+}
+QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
+    return reinterpret_cast<Vec<float>>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+}
+#endif
+QP_INLINE float MaxOrSecond(float a, float b) { return a > b ? a : b; }
+QP_INLINE float MinOrSecond(float a, float b) { return a < b ? a : b; }
+
 // Correctly rounded square root of every lane.
 QP_INLINE Vec<double> Sqrt(Vec<double> v) {
 #if QP_VEC_BYTES == 16
@@ -134,6 +180,22 @@ QP_INLINE void MapPadded(T* d, int n, VOp vop, const Src*... src) {
     }
     for (; i + L <= n; i += L) Store(d + i, vop(Load(src + i)...));
     if (i < n) StorePartial(d + i, vop(LoadPartial(src + i, n - i)...), n - i);
+}
+
+// simd::Map, except that a destination which is one of the sources is written with ordinary
+// stores at any size: its lines are read anyway, so non-temporal stores save no read-for-ownership
+// and only evict what the loop just loaded. Large in-place runs go in blocks below the streaming
+// threshold.
+template <int kUnroll = 4, typename T, typename VOp, typename SOp, typename... Src>
+QP_INLINE void Map(T* d, int n, VOp vop, SOp sop, const Src*... src) {
+    if (((static_cast<const void*>(d) == static_cast<const void*>(src)) || ...)) {
+        constexpr int kBlock = static_cast<int>(kStreamBytes / sizeof(T) / 2);
+        for (int i = 0; i < n; i += kBlock) {
+            simd::Map<kUnroll>(d + i, n - i < kBlock ? n - i : kBlock, vop, sop, (src + i)...);
+        }
+    } else {
+        simd::Map<kUnroll>(d, n, vop, sop, src...);
+    }
 }
 
 // Masks every floating-point exception for its lifetime, starting with clear flags, and restores

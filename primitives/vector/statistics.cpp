@@ -8,6 +8,7 @@
 // element is NaN (then the first element is returned, at index 0). Index searches return the first
 // occurrence. A tie between +0 and -0 may give either zero from Max, Min and MinMax; the index
 // searches return the element found at the reported index.
+#include "simd/arithmetic.h"
 #include "simd/reduce.h"
 
 namespace qp {
@@ -199,19 +200,18 @@ QP_INLINE Status ExtremeIndexKernel(const float* src, float* value, int* index, 
 }
 
 // Element-wise max / min that ignore NaN: max(a, NaN) = a, max(NaN, b) = b; on equal operands
-// (+0 and -0 included) b is returned.
+// (+0 and -0 included) b is returned. The max instruction already returns b for a NaN a and for
+// equal operands; only a NaN b needs the blend.
 struct MaxOf {
     template <typename V>
     QP_INLINE V operator()(V a, V b) const {
-        const V r = a > b ? a : b;
-        return b != b ? a : r;
+        return b != b ? a : simd::arith::MaxOrSecond(a, b);
     }
 };
 struct MinOf {
     template <typename V>
     QP_INLINE V operator()(V a, V b) const {
-        const V r = a < b ? a : b;
-        return b != b ? a : r;
+        return b != b ? a : simd::arith::MinOrSecond(a, b);
     }
 };
 
@@ -219,7 +219,7 @@ template <typename Op>
 QP_INLINE Status EveryKernel(const float* a, const float* b, float* dst, int len) {
     if (a == nullptr || b == nullptr || dst == nullptr) return qpStsNullPtrErr;
     if (len <= 0) return qpStsSizeErr;
-    simd::Map(dst, len, Op{}, Op{}, a, b);
+    simd::arith::Map(dst, len, Op{}, Op{}, a, b);
     return qpStsNoErr;
 }
 
