@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <random>
 #include <vector>
@@ -22,7 +23,7 @@ const std::vector<int>& Lengths() {
     static const std::vector<int> emulated = {1, 3, 7, 8, 15, 16, 17, 33, 65, 129, 1000};
     return qptest::Emulated() ? emulated : all;
 }
-constexpr int kOffsets[] = {0, 1, 3};  // element offsets from a 64-byte boundary
+using qptest::kOffsets;
 constexpr unsigned char kFill = qptest::Buffer<char>::kFill;
 using qptest::FillBits;
 template <typename T>
@@ -33,27 +34,38 @@ protected:
     int path() const { return GetParam(); }
 };
 
+template <typename T>
+T Reversed(T x) {
+    T r = 0;
+    for (unsigned i = 0; i < sizeof(T); ++i) r = static_cast<T>((r << 8) | ((x >> (8 * i)) & 0xFF));
+    return r;
+}
+
 // --- copy, move, set, zero ----------------------------------------------------------------------
 
 template <typename T>
 using CopyKernel = qp::Status (*)(const T*, T*, int);
 
+// Copy is exact and onto itself leaves the data as it was; byte swapping reverses each element and,
+// in place, swaps back to the source.
 template <typename T>
-void CheckCopy(CopyKernel<T> kernel) {
-    for (int n : Lengths()) {
-        for (int offset : kOffsets) {
-            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
-            Arena<T> s(n, (offset + 2) % 4), d(n, offset);
-            FillBits(s.data, n, 7u + n);
-            ASSERT_EQ(kernel(s.data, d.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(d.data, s.data, s.bytes), 0);
-            EXPECT_TRUE(d.GuardsIntact());
-            // Onto itself: unchanged.
-            std::vector<T> before(d.data, d.data + n);
-            ASSERT_EQ(kernel(d.data, d.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(d.data, before.data(), d.bytes), 0);
+void CheckCopy(CopyKernel<T> kernel, bool swap) {
+    qptest::ForLayouts(Lengths(), [&](int n, int offset) {
+        Arena<T> s(n, (offset + 2) % 4), d(n, offset);
+        FillBits(s.data, n, 7u + n);
+        ASSERT_EQ(kernel(s.data, d.data, n), qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) {
+            if constexpr (std::is_integral_v<T>) {
+                ASSERT_EQ(d.data[i], swap ? Reversed(s.data[i]) : s.data[i]) << i;
+            } else {
+                ASSERT_TRUE(qptest::SameBits(d.data[i], s.data[i])) << i;
+            }
         }
-    }
+        EXPECT_TRUE(d.GuardsIntact());
+        const std::vector<T> before(d.data, d.data + n);
+        ASSERT_EQ(kernel(d.data, d.data, n), qp::qpStsNoErr);
+        EXPECT_EQ(std::memcmp(d.data, swap ? s.data : before.data(), d.bytes), 0);
+    });
 }
 
 // Ranges shifted against each other by a few elements in both directions, against memmove.
@@ -76,39 +88,27 @@ void CheckMove(CopyKernel<T> kernel) {
     }
 }
 
+// Set writes value's bits to every element; zero is checked as setting T{}.
 template <typename T>
-void CheckSet(qp::Status (*kernel)(T, T*, int), T value) {
-    for (int n : Lengths()) {
-        for (int offset : kOffsets) {
-            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
-            Arena<T> d(n, offset);
-            ASSERT_EQ(kernel(value, d.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(std::memcmp(&d.data[i], &value, sizeof(T)), 0) << i;
-            EXPECT_TRUE(d.GuardsIntact());
-        }
-    }
+void CheckSet(std::function<qp::Status(T, T*, int)> kernel, T value) {
+    qptest::ForLayouts(Lengths(), [&](int n, int offset) {
+        Arena<T> d(n, offset);
+        ASSERT_EQ(kernel(value, d.data, n), qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) ASSERT_TRUE(qptest::SameBits(d.data[i], value)) << i;
+        EXPECT_TRUE(d.GuardsIntact());
+    });
 }
-
 template <typename T>
 void CheckZero(qp::Status (*kernel)(T*, int)) {
-    const T zero{};
-    for (int n : Lengths()) {
-        for (int offset : kOffsets) {
-            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
-            Arena<T> d(n, offset);
-            ASSERT_EQ(kernel(d.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(std::memcmp(&d.data[i], &zero, sizeof(T)), 0) << i;
-            EXPECT_TRUE(d.GuardsIntact());
-        }
-    }
+    CheckSet<T>([kernel](T, T* d, int n) { return kernel(d, n); }, T{});
 }
 
 TEST_P(DataPaths, CopyIsExactAtEveryLengthAndAlignment) {
-    CheckCopy<unsigned char>(qptest::copy_8u_paths[path()]);
-    CheckCopy<short>(qptest::copy_16s_paths[path()]);
-    CheckCopy<int>(qptest::copy_32s_paths[path()]);
-    CheckCopy<float>(qptest::copy_f32_paths[path()]);
-    CheckCopy<double>(qptest::copy_f64_paths[path()]);
+    CheckCopy<unsigned char>(qptest::copy_8u_paths[path()], false);
+    CheckCopy<short>(qptest::copy_16s_paths[path()], false);
+    CheckCopy<int>(qptest::copy_32s_paths[path()], false);
+    CheckCopy<float>(qptest::copy_f32_paths[path()], false);
+    CheckCopy<double>(qptest::copy_f64_paths[path()], false);
 }
 
 TEST_P(DataPaths, MoveMatchesMemmoveOnOverlaps) {
@@ -132,33 +132,10 @@ TEST_P(DataPaths, SetAndZeroFillEveryElement) {
 
 // --- byte order and comparison ------------------------------------------------------------------
 
-template <typename T>
-T Reversed(T x) {
-    T r = 0;
-    for (unsigned i = 0; i < sizeof(T); ++i) r = static_cast<T>((r << 8) | ((x >> (8 * i)) & 0xFF));
-    return r;
-}
-
-template <typename T>
-void CheckSwap(CopyKernel<T> kernel) {
-    for (int n : Lengths()) {
-        for (int offset : kOffsets) {
-            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
-            Arena<T> s(n, (offset + 1) % 4), d(n, offset);
-            FillBits(s.data, n, 5u + n);
-            ASSERT_EQ(kernel(s.data, d.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(d.data[i], Reversed(s.data[i])) << i;
-            EXPECT_TRUE(d.GuardsIntact());
-            ASSERT_EQ(kernel(d.data, d.data, n), qp::qpStsNoErr);  // in place: back to the source
-            EXPECT_EQ(std::memcmp(d.data, s.data, s.bytes), 0);
-        }
-    }
-}
-
 TEST_P(DataPaths, SwapBytesReversesEveryElement) {
-    CheckSwap<unsigned short>(qptest::swap_bytes_16u_paths[path()]);
-    CheckSwap<unsigned int>(qptest::swap_bytes_32u_paths[path()]);
-    CheckSwap<unsigned long long>(qptest::swap_bytes_64u_paths[path()]);
+    CheckCopy<unsigned short>(qptest::swap_bytes_16u_paths[path()], true);
+    CheckCopy<unsigned int>(qptest::swap_bytes_32u_paths[path()], true);
+    CheckCopy<unsigned long long>(qptest::swap_bytes_64u_paths[path()], true);
 }
 
 TEST_P(DataPaths, CompareFindsAnyDifferingByte) {
@@ -192,12 +169,7 @@ TEST_P(DataPaths, RefusalsWriteNothing) {
     const int p = path();
     unsigned char b[8] = {1, 2, 3, 4, 5, 6, 7, 8}, db[8];
     std::memset(db, kFill, sizeof db);
-    const auto untouched = [&] {
-        for (unsigned char x : db) {
-            if (x != kFill) return false;
-        }
-        return true;
-    };
+    const qptest::Snapshot before(db);
     auto* d16 = reinterpret_cast<short*>(db);
     auto* d32 = reinterpret_cast<int*>(db);
     auto* dF = reinterpret_cast<float*>(db);
@@ -206,7 +178,7 @@ TEST_P(DataPaths, RefusalsWriteNothing) {
     const double g[2] = {1.5, 2.5};
     const short s16[2] = {1, 2};
     const int s32[2] = {1, 2};
-    for (int len : {0, -1, std::numeric_limits<int>::min()}) {
+    for (int len : qptest::kBadLengths) {
         EXPECT_EQ(qptest::copy_8u_paths[p](b, db, len), qp::qpStsSizeErr);
         EXPECT_EQ(qptest::move_f64_paths[p](g, dD, len), qp::qpStsSizeErr);
         EXPECT_EQ(qptest::set_32s_paths[p](5, d32, len), qp::qpStsSizeErr);
@@ -239,7 +211,7 @@ TEST_P(DataPaths, RefusalsWriteNothing) {
         EXPECT_EQ(qptest::convert_f32_32s_sfs_paths[p](f, d32, 2, mode, 0), qp::qpStsRoundModeNotSupportedErr);
         EXPECT_EQ(qptest::convert_f64_32s_sfs_paths[p](g, d32, 1, mode, 0), qp::qpStsRoundModeNotSupportedErr);
     }
-    EXPECT_TRUE(untouched());
+    EXPECT_TRUE(before.Unchanged());
     // The comparison: a negative length is a length error; the result word is left alone.
     int result = 7;
     EXPECT_EQ(qptest::compare_8u_paths[p](b, b, -1, &result), qp::qpStsLengthErr);
@@ -539,89 +511,54 @@ QP_INSTANTIATE_PATHS(DataPaths);
 
 namespace qu = quoraccelerate::utility;
 
+// Converts src through one export into a destination one longer, preset to 9; the outputs as double.
+template <typename D, typename S, typename F>
+std::vector<double> Converted(std::initializer_list<S> src, F convert) {
+    std::vector<D> d(src.size() + 1, D(9));
+    convert(static_cast<unsigned int>(src.size()), std::data(src), d.data());
+    return std::vector<double>(d.begin(), d.end());
+}
+
 TEST(DataExports, ConversionExamples) {
-    const float f[4] = {1.4f, 1.6f, -2.0f, 300.0f};
-    unsigned char b[5] = {9, 9, 9, 9, 9};
-    qu::Convert(4, f, b, 0, false);
-    EXPECT_EQ(std::vector<int>(b, b + 5), (std::vector<int>{1, 1, 0, 255, 9}));
-    qu::Convert(4, f, b, 0, true);
-    EXPECT_EQ(std::vector<int>(b, b + 5), (std::vector<int>{1, 2, 0, 255, 9}));
-
-    const float three = 3.0f;
-    short s = 7;
-    qu::Convert(1, &three, &s, 2, true);
-    EXPECT_EQ(s, 1);
-    qu::Convert(1, &three, &s, 2, false);
-    EXPECT_EQ(s, 0);
-
-    const short x256 = 256;
-    float one = 0;
-    qu::Convert(1, &x256, &one, 8);
-    EXPECT_EQ(one, 1.0f);
-    double oneD = 0;
-    qu::Convert(1, &x256, &oneD, 8);
-    EXPECT_EQ(oneD, 1.0);
-    const int i3[2] = {3, -1024};
-    double dd[2] = {};
-    qu::Convert(2, i3, dd, -2);
-    EXPECT_EQ(dd[0], 12.0);
-    EXPECT_EQ(dd[1], -4096.0);
-    float ff[2] = {};
-    qu::Convert(2, i3, ff, 1);
-    EXPECT_EQ(ff[0], 1.5f);
-    EXPECT_EQ(ff[1], -512.0f);
-
-    const float ties[5] = {2.5f, 3.5f, -2.5f, 0.5f, -0.5f};
-    int r[5] = {};
-    qu::Convert(5, ties, r, 0, true);
-    EXPECT_EQ(std::vector<int>(r, r + 5), (std::vector<int>{2, 4, -2, 0, 0}));
-
-    const float wide[4] = {40000.0f, -40000.0f, std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::infinity()};
-    short sat[4] = {};
-    qu::Convert(4, wide, sat, 0, true);
-    EXPECT_EQ(std::vector<int>(sat, sat + 4), (std::vector<int>{32767, -32768, 0, -32768}));
-    const double big[4] = {3e9, -3e9, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()};
-    int sat32[4] = {};
-    qu::Convert(4, big, sat32, 0, false);
-    EXPECT_EQ(std::vector<int>(sat32, sat32 + 4),
-              (std::vector<int>{std::numeric_limits<int>::max(), std::numeric_limits<int>::min(), 0,
-                                std::numeric_limits<int>::max()}));
-    int sat32f[3] = {};
-    qu::Convert(3, wide, sat32f, -20, false);
-    EXPECT_EQ(std::vector<int>(sat32f, sat32f + 3),
-              (std::vector<int>{std::numeric_limits<int>::max(), std::numeric_limits<int>::min(), 0}));
-
-    const unsigned char bytes[3] = {0, 128, 255};
-    float fb[3] = {};
-    qu::Convert(3, bytes, fb);
-    EXPECT_EQ(std::vector<float>(fb, fb + 3), (std::vector<float>{0, 128, 255}));
-    const float fs[2] = {0.1f, -1e30f};
-    double fd[2] = {};
-    qu::Convert(2, fs, fd);
-    EXPECT_EQ(fd[0], static_cast<double>(0.1f));
-    float back[2] = {};
-    qu::Convert(2, fd, back);
-    EXPECT_EQ(back[0], 0.1f);
-    EXPECT_EQ(back[1], -1e30f);
+    constexpr float fNaN = std::numeric_limits<float>::quiet_NaN(), fInf = std::numeric_limits<float>::infinity();
+    constexpr double dNaN = std::numeric_limits<double>::quiet_NaN(), dInf = std::numeric_limits<double>::infinity();
+    constexpr double iMax = std::numeric_limits<int>::max(), iMin = std::numeric_limits<int>::min();
+    struct Row {
+        const char* what;
+        std::vector<double> got, want;
+    };
+    const Row rows[] = {
+        {"f32->8u truncate", Converted<unsigned char>({1.4f, 1.6f, -2.0f, 300.0f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 0, false); }), {1, 1, 0, 255, 9}},
+        {"f32->8u round", Converted<unsigned char>({1.4f, 1.6f, -2.0f, 300.0f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 0, true); }), {1, 2, 0, 255, 9}},
+        {"f32->16s scaled round", Converted<short>({3.0f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 2, true); }), {1, 9}},
+        {"f32->16s scaled truncate", Converted<short>({3.0f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 2, false); }), {0, 9}},
+        {"f32->16s saturate", Converted<short>({40000.0f, -40000.0f, fNaN, -fInf}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 0, true); }), {32767, -32768, 0, -32768, 9}},
+        {"f32->32s ties to even", Converted<int>({2.5f, 3.5f, -2.5f, 0.5f, -0.5f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 0, true); }), {2, 4, -2, 0, 0, 9}},
+        {"f32->32s saturate", Converted<int>({40000.0f, -40000.0f, fNaN}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, -20, false); }), {iMax, iMin, 0, 9}},
+        {"f64->32s saturate", Converted<int>({3e9, -3e9, dNaN, dInf}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 0, false); }), {iMax, iMin, 0, iMax, 9}},
+        {"16s->f32 scaled", Converted<float>({short{256}}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 8); }), {1, 9}},
+        {"16s->f64 scaled", Converted<double>({short{256}}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 8); }), {1, 9}},
+        {"32s->f64 scaled up", Converted<double>({3, -1024}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, -2); }), {12, -4096, 9}},
+        {"32s->f32 scaled down", Converted<float>({3, -1024}, [](auto n, auto s, auto d) { qu::Convert(n, s, d, 1); }), {1.5, -512, 9}},
+        {"8u->f32", Converted<float>({(unsigned char)0, (unsigned char)128, (unsigned char)255}, [](auto n, auto s, auto d) { qu::Convert(n, s, d); }), {0, 128, 255, 9}},
+        {"f32->f64", Converted<double>({0.1f, -1e30f}, [](auto n, auto s, auto d) { qu::Convert(n, s, d); }), {double(0.1f), double(-1e30f), 9}},
+        {"f64->f32", Converted<float>({double(0.1f), 1e300}, [](auto n, auto s, auto d) { qu::Convert(n, s, d); }), {double(0.1f), dInf, 9}},
+    };
+    for (const Row& r : rows) EXPECT_EQ(r.got, r.want) << r.what;
 }
 
 TEST(DataExports, SwapBytesInPlaceAndOutOfPlace) {
     unsigned short h[2] = {0x1234, 0xABCD}, h2[2] = {};
-    qu::SwapBytes(2, h, h2);
-    EXPECT_EQ(h2[0], 0x3412);
-    EXPECT_EQ(h2[1], 0xCDAB);
-    qu::SwapBytes(2, h);
-    EXPECT_EQ(h[0], 0x3412);
     unsigned int w[1] = {0x11223344u}, w2[1] = {};
-    qu::SwapBytes(1, w, w2);
-    EXPECT_EQ(w2[0], 0x44332211u);
-    qu::SwapBytes(1, w);
-    EXPECT_EQ(w[0], 0x44332211u);
     unsigned long long q[1] = {0x1122334455667788ull}, q2[1] = {};
+    qu::SwapBytes(2, h, h2);
+    qu::SwapBytes(1, w, w2);
     qu::SwapBytes(1, q, q2);
-    EXPECT_EQ(q2[0], 0x8877665544332211ull);
+    EXPECT_TRUE(h2[0] == 0x3412 && h2[1] == 0xCDAB && w2[0] == 0x44332211u && q2[0] == 0x8877665544332211ull);
+    qu::SwapBytes(2, h);
+    qu::SwapBytes(1, w);
     qu::SwapBytes(1, q);
-    EXPECT_EQ(q[0], 0x8877665544332211ull);
+    EXPECT_TRUE(h[0] == 0x3412 && h[1] == 0xCDAB && w[0] == 0x44332211u && q[0] == 0x8877665544332211ull);
 }
 
 template <typename T>
@@ -713,7 +650,8 @@ TEST(DataExports, RefusedCountsWriteNothing) {
     unsigned char b[2] = {1, 2}, db[2] = {7, 7};
     int i[2] = {1, 2}, di[2] = {7, 7};
     unsigned short h[2] = {7, 7};
-    for (unsigned int len : {0u, 0x80000000u, 0xFFFFFFFFu}) {
+    const qptest::Snapshot before(df, dg, ds, db, di, h);
+    for (unsigned int len : qptest::kBadCounts) {
         qu::Copy(len, f, df);
         qu::Copy(len, s, ds);
         qu::Move(len, g, dg);
@@ -734,12 +672,7 @@ TEST(DataExports, RefusedCountsWriteNothing) {
     }
     qu::Convert(2, static_cast<const float*>(nullptr), ds, 0, true);
     qu::SwapBytes(2, static_cast<const unsigned short*>(nullptr), h);
-    EXPECT_EQ(std::vector<float>(df, df + 2), (std::vector<float>{7, 7}));
-    EXPECT_EQ(std::vector<double>(dg, dg + 2), (std::vector<double>{7, 7}));
-    EXPECT_EQ(std::vector<short>(ds, ds + 2), (std::vector<short>{7, 7}));
-    EXPECT_EQ(std::vector<int>(db, db + 2), (std::vector<int>{7, 7}));
-    EXPECT_EQ(std::vector<int>(di, di + 2), (std::vector<int>{7, 7}));
-    EXPECT_EQ(std::vector<int>(h, h + 2), (std::vector<int>{7, 7}));
+    EXPECT_TRUE(before.Unchanged());
 }
 
 }  // namespace

@@ -7,6 +7,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <initializer_list>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -58,6 +61,56 @@ void FillBits(T* p, int n, unsigned seed) {
         for (auto& x : b) x = static_cast<unsigned char>(gen());
         std::memcpy(&p[i], b, sizeof(T));
     }
+}
+
+// Element offsets from a 64-byte boundary, and the lengths every kernel refuses.
+constexpr int kOffsets[] = {0, 1, 3};
+constexpr int kBadLengths[] = {0, -1, std::numeric_limits<int>::min()};
+// Export counts that are zero or negative once converted to the primitives' int.
+constexpr unsigned int kBadCounts[] = {0u, 0x80000000u, 0xFFFFFFFFu};
+
+// Runs fn(n, offset) for every length and offset, traced; stops at the first fatal failure.
+template <typename Lengths, typename F>
+void ForLayouts(const Lengths& lengths, F&& fn, std::initializer_list<int> offsets = {0, 1, 3}) {
+    for (int n : lengths) {
+        for (int offset : offsets) {
+            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
+            fn(n, offset);
+            if (testing::Test::HasFatalFailure()) return;
+        }
+    }
+}
+
+// The bytes of a few objects, to show that refused calls left them alone (NaN and -0 included).
+class Snapshot {
+public:
+    template <typename... T>
+    explicit Snapshot(const T&... objects) {
+        (Add(&objects, sizeof objects), ...);
+    }
+    void Add(const void* p, std::size_t size) {
+        const auto* b = static_cast<const unsigned char*>(p);
+        parts_.push_back({b, std::vector<unsigned char>(b, b + size)});
+    }
+    bool Unchanged() const {
+        for (const auto& part : parts_) {
+            if (std::memcmp(part.first, part.second.data(), part.second.size()) != 0) return false;
+        }
+        return true;
+    }
+
+private:
+    std::vector<std::pair<const unsigned char*, std::vector<unsigned char>>> parts_;
+};
+
+// A call and the status it must return.
+struct Expect {
+    const char* what;
+    std::function<qp::Status()> call;
+    qp::Status status;
+};
+inline void ExpectStatuses(const std::vector<Expect>& calls) {
+    for (const Expect& e : calls) EXPECT_EQ(e.call(), e.status) << e.what;
 }
 
 }  // namespace qptest

@@ -1,5 +1,5 @@
 // FFT primitives of the six kinds: size query, spec initialiser, forward and inverse.
-#include "fft/fft_engine.h"
+#include "fft/fft_lanes.h"
 
 namespace qp {
 namespace QP_PATH_NS {
@@ -60,6 +60,17 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
         if (eo <= kDirectMaxOrder) {
             body.method = fft::kMethodDirect;
             body.small = BuildRoots<T>(m, m, arena);
+        } else if (eo >= kLanesMinOrder && eo <= kLanesMaxOrder) {
+            body.method = fft::kMethodLanes;
+            std::int64_t laneWork = 0;
+            const bool missing = BuildLanes<T>(body.lanes, eo, arena, laneWork);
+            // Widths whose N < L^2 run the radix passes.
+            if (missing) {
+                BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
+                const std::int64_t passWork = 2 * m * static_cast<std::int64_t>(sizeof(T));
+                if (passWork > laneWork) laneWork = passWork;
+            }
+            work = laneWork > 0 ? laneWork + fft::kBufferSlack : 0;
         } else if (eo <= kInCacheMaxOrder<T> && !(hint == kHintBlocked && eo >= kBlockedMinOrder)) {
             body.method = fft::kMethodInCache;
             BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
@@ -93,10 +104,17 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
     if (spec != nullptr) {
         spec->b = body;
         spec->h.split = split;
-        spec->h.twiddle = body.method == fft::kMethodDirect
-                              ? body.small
-                              : (body.method == fft::kMethodInCache ? static_cast<const T*>(body.main.pass[0].tw)
-                                                                    : body.lo);
+        switch (body.method) {
+            case fft::kMethodDirect: spec->h.twiddle = body.small; break;
+            case fft::kMethodInCache: spec->h.twiddle = static_cast<const T*>(body.main.pass[0].tw); break;
+            case fft::kMethodLanes:
+                // The first width that runs the lane method, else the radix-pass plan.
+                spec->h.twiddle = static_cast<const T*>(body.main.pass[0].tw);
+                for (int w = 2; w >= 0; --w)
+                    if (body.lanes[w].tw != nullptr) spec->h.twiddle = body.lanes[w].tw;
+                break;
+            default: spec->h.twiddle = body.lo; break;
+        }
     }
     return arena.used;
 }
@@ -162,6 +180,12 @@ QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* 
             break;
         case fft::kMethodInCache:
             RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
+            break;
+        case fft::kMethodLanes:
+            if (s->b.lanes[kWidthIndex].lanes != 0)
+                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, x, y, work, scaled, scale);
+            else
+                RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
             break;
         default:
             RunLarge<Interleaved, T>(s, x, y, dstRe, dstIm, work, scaled, scale);

@@ -204,38 +204,71 @@ QP_INLINE T* BuildRoots(std::int64_t n, std::int64_t count, Arena& arena) {
 // ---------------------------------------------------------------------------------------------
 // Butterflies (forward direction; outputs in natural order, before the pass twiddles)
 
+// In-place R-point transforms of R complex vectors held as separate real and imaginary arrays,
+// natural order in and out. They work on plain vector arrays: copies of arrays of CVec structures
+// are scalarised badly by the compiler (64-bit pieces through the integer registers).
 template <int R, typename T>
-QP_INLINE void Butterfly(CVec<T>* a) {
+QP_INLINE void Dft(Vec<T>* re, Vec<T>* im) {
     if constexpr (R == 2) {
-        const CVec<T> t = a[0];
-        a[0] = t + a[1];
-        a[1] = t - a[1];
+        const Vec<T> r = re[0] - re[1], i = im[0] - im[1];
+        re[0] = re[0] + re[1];
+        im[0] = im[0] + im[1];
+        re[1] = r;
+        im[1] = i;
     } else if constexpr (R == 4) {
-        const CVec<T> apc = a[0] + a[2], amc = a[0] - a[2], bpd = a[1] + a[3];
-        const CVec<T> t = simd::MulNegI(a[1] - a[3]);
-        a[0] = apc + bpd;
-        a[1] = amc + t;
-        a[2] = apc - bpd;
-        a[3] = amc - t;
+        const Vec<T> ar = re[0] + re[2], ai = im[0] + im[2], br = re[0] - re[2], bi = im[0] - im[2];
+        const Vec<T> cr = re[1] + re[3], ci = im[1] + im[3], dr = re[1] - re[3], di = im[1] - im[3];
+        re[0] = ar + cr;
+        im[0] = ai + ci;
+        re[2] = ar - cr;
+        im[2] = ai - ci;
+        // b -/+ i d
+        re[1] = br + di;
+        im[1] = bi - dr;
+        re[3] = br - di;
+        im[3] = bi + dr;
     } else {
         static_assert(R == 8, "radix 2, 4 or 8");
         const Vec<T> h = simd::Broadcast<T>(static_cast<T>(0.70710678118654752440084436210484904L));
-        CVec<T> b[4], c[4];
+        Vec<T> br[4], bi[4], cr[4], ci[4];
         for (int j = 0; j < 4; ++j) {
-            b[j] = a[j] + a[j + 4];
-            c[j] = a[j] - a[j + 4];
+            br[j] = re[j] + re[j + 4];
+            bi[j] = im[j] + im[j + 4];
+            cr[j] = re[j] - re[j + 4];
+            ci[j] = im[j] - im[j + 4];
         }
         // c1 *= W_8, c2 *= -i, c3 *= W_8^3
-        c[1] = CVec<T>{(c[1].re + c[1].im) * h, (c[1].im - c[1].re) * h};
-        c[2] = simd::MulNegI(c[2]);
-        c[3] = CVec<T>{(c[3].im - c[3].re) * h, -(c[3].re + c[3].im) * h};
-        CVec<T> e[4] = {b[0], b[1], b[2], b[3]}, o[4] = {c[0], c[1], c[2], c[3]};
-        Butterfly<4, T>(e);
-        Butterfly<4, T>(o);
+        const Vec<T> c1r = (cr[1] + ci[1]) * h, c1i = (ci[1] - cr[1]) * h;
+        const Vec<T> c3r = (ci[3] - cr[3]) * h, c3i = -(cr[3] + ci[3]) * h;
+        const Vec<T> c2r = ci[2], c2i = -cr[2];
+        cr[1] = c1r;
+        ci[1] = c1i;
+        cr[2] = c2r;
+        ci[2] = c2i;
+        cr[3] = c3r;
+        ci[3] = c3i;
+        Dft<4, T>(br, bi);
+        Dft<4, T>(cr, ci);
         for (int k = 0; k < 4; ++k) {
-            a[2 * k] = e[k];
-            a[2 * k + 1] = o[k];
+            re[2 * k] = br[k];
+            im[2 * k] = bi[k];
+            re[2 * k + 1] = cr[k];
+            im[2 * k + 1] = ci[k];
         }
+    }
+}
+
+template <int R, typename T>
+QP_INLINE void Butterfly(CVec<T>* a) {
+    Vec<T> re[R], im[R];
+    for (int k = 0; k < R; ++k) {
+        re[k] = a[k].re;
+        im[k] = a[k].im;
+    }
+    Dft<R, T>(re, im);
+    for (int k = 0; k < R; ++k) {
+        a[k].re = re[k];
+        a[k].im = im[k];
     }
 }
 

@@ -49,6 +49,17 @@ struct Plan {
     Pass pass[kMaxPasses];
 };
 
+// Lane method of one vector width (16, 32 or 64 bytes, L lanes): M = N / L point transforms down
+// the L columns of the data viewed as M rows of L, then per group of L rows a twiddle, an L x L
+// transpose in registers and L-point transforms. lanes = 0: not used at this width (N < L * L).
+template <typename T>
+struct LanePlan {
+    std::int32_t lanes;
+    std::int32_t pad;
+    const T* tw;  // W_N^(l k), [k][l] for k < M, l < L: real block then imaginary block
+    Plan cols;    // column passes of the M-point transforms (count 0: done in registers, M <= 16)
+};
+
 // The header: fields in this order, then pointers to the tables inside the same block.
 template <typename T>
 struct Header {
@@ -81,12 +92,14 @@ struct Body {
     const T* laneTw;   // large method: W_N^(b k1), [k1][b] for b < batch, re block then im block
     const T* hi;       // large method: two-level table of W_N^e
     const T* lo;
+    LanePlan<T> lanes[3];  // lane method, by vector width: 16, 32, 64 bytes
 };
 
 enum Method : std::int32_t {
     kMethodDirect = 0,
     kMethodInCache = 1,
     kMethodLarge = 2,
+    kMethodLanes = 3,
 };
 
 template <typename T>

@@ -89,6 +89,99 @@ QP_INLINE Vec<T> Reverse(Vec<T> a) {
     return ShuffleBy<ReverseIndex<L>>(a, a, std::make_index_sequence<L>{});
 }
 
+// Square transpose of L vectors of L lanes, up to a known order of the rows and of the columns,
+// built from the shuffles that are cheap on every width: level g pairs vector i with vector i + 2^g
+// and unpacks chunks of G = 2^g lanes inside blocks of max(2G, 16 bytes) lanes (unpcklps/unpcklpd
+// style below 16 bytes, whole 128- or 256-bit halves above). TransposeMap tells where each value
+// lands: output vector t holds lane col[t] of every input, and its lane u comes from input row[u].
+template <int L, int B, int G, int Half>
+struct UnpackIndex {
+    static constexpr int At(int t) {
+        constexpr int W = 2 * G > B ? 2 * G : B;  // block of lanes that the unpack stays within
+        const int blk = t / W, r = t % W, chunk = r / G, off = r % G;
+        return (chunk & 1) * L + blk * W + Half * (W / 2) + (chunk >> 1) * G + off;
+    }
+};
+
+template <int L>
+struct TransposeMapT {
+    int row[L];  // output lane u holds a value of input vector row[u]
+    int col[L];  // output vector t holds lane col[t] of the inputs
+    bool ok;
+};
+
+// Follows every lane through the network of TransposeLanes.
+template <int L, int B>
+constexpr TransposeMapT<L> MakeTransposeMap() {
+    int vec[L][L] = {}, lane[L][L] = {};
+    for (int v = 0; v < L; ++v)
+        for (int u = 0; u < L; ++u) {
+            vec[v][u] = v;
+            lane[v][u] = u;
+        }
+    for (int G = 1; G < L; G *= 2) {
+        int nv[L][L] = {}, nl[L][L] = {};
+        for (int i = 0; i < L; ++i) {
+            if (i & G) continue;
+            for (int half = 0; half < 2; ++half) {
+                const int dst = half ? i + G : i;
+                for (int t = 0; t < L; ++t) {
+                    const int W = 2 * G > B ? 2 * G : B;
+                    const int blk = t / W, r = t % W, chunk = r / G, off = r % G;
+                    const int from = (chunk & 1) ? i + G : i;
+                    const int at = blk * W + half * (W / 2) + (chunk >> 1) * G + off;
+                    nv[dst][t] = vec[from][at];
+                    nl[dst][t] = lane[from][at];
+                }
+            }
+        }
+        for (int v = 0; v < L; ++v)
+            for (int u = 0; u < L; ++u) {
+                vec[v][u] = nv[v][u];
+                lane[v][u] = nl[v][u];
+            }
+    }
+    TransposeMapT<L> m{};
+    m.ok = true;
+    for (int t = 0; t < L; ++t) {
+        m.col[t] = lane[t][0];
+        for (int u = 0; u < L; ++u)
+            if (lane[t][u] != m.col[t]) m.ok = false;
+    }
+    for (int u = 0; u < L; ++u) {
+        m.row[u] = vec[0][u];
+        for (int t = 0; t < L; ++t)
+            if (vec[t][u] != m.row[u]) m.ok = false;
+    }
+    return m;
+}
+
+template <typename T>
+constexpr int kBlockLanes = 16 / static_cast<int>(sizeof(T));
+
+template <typename T>
+constexpr TransposeMapT<kLanes<T>> kTransposeMap = MakeTransposeMap<kLanes<T>, kBlockLanes<T>>();
+
+template <int G, typename T>
+QP_INLINE void TransposeLevels(Vec<T>* v) {
+    constexpr int L = kLanes<T>;
+    if constexpr (G < L) {
+        for (int i = 0; i < L; ++i) {
+            if (i & G) continue;
+            const Vec<T> a = v[i], b = v[i + G];
+            v[i] = ShuffleBy<UnpackIndex<L, kBlockLanes<T>, G, 0>>(a, b, std::make_index_sequence<L>{});
+            v[i + G] = ShuffleBy<UnpackIndex<L, kBlockLanes<T>, G, 1>>(a, b, std::make_index_sequence<L>{});
+        }
+        TransposeLevels<2 * G, T>(v);
+    }
+}
+
+template <typename T>
+QP_INLINE void TransposeLanes(Vec<T>* v) {
+    static_assert(kTransposeMap<T>.ok, "the unpack network is a transpose up to row and column order");
+    TransposeLevels<1, T>(v);
+}
+
 // Layout accessors: Load(i) and Store(i, v) move the L complex values at indices i .. i + L - 1.
 // Swap exchanges real and imaginary parts on the way, which turns the forward passes into the
 // inverse transform (inverse(x) = swap(forward(swap(x)))).

@@ -49,7 +49,8 @@ QP_INLINE void Store(T* p, Vec<T> v) {
 
 template <typename T>
 QP_INLINE Vec<T> Broadcast(T x) {
-    return Vec<T>{} + x;
+    // x - 0 rather than 0 + x: the sum would turn -0.0 into +0.0.
+    return x - Vec<T>{};
 }
 
 // Same bits viewed as another element type of the same width.
