@@ -211,6 +211,102 @@ TEST_P(ArithmeticPaths, DivideByConstantGivesTheBitsOfADivision) {
     CheckDivConstBits<double>(qptest::div_const_f64_paths[GetParam()]);
 }
 
+// Divisors that are no power of two, against many dividends, under several control words. The
+// dividends come in runs of 32 that share one binary exponent, swept over every exponent of the
+// type with random mantissas and signs: whole vectors lie just inside or just outside any range of
+// magnitudes a kernel treats apart (tiny, subnormal and huge quotients, zeros, infinities, NaN).
+// The divisors have random mantissas (and the extremes all ones, one ulp above 1, and 1.5) at
+// exponents from the smallest normal to the largest. Every quotient must have the bits of a true
+// division done under the same control word.
+template <typename T>
+void CheckDivConstSweep(qp::Status (*k)(const T*, T, T*, int), unsigned mxcsr) {
+    using Lim = std::numeric_limits<T>;
+    typedef std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t> B;
+    constexpr int kMantissaBits = Lim::digits - 1;
+    constexpr int kExponents = 2 * Lim::max_exponent;  // exponent fields 0 .. all ones
+    constexpr int kRun = 32;
+    std::mt19937_64 gen(17);
+    const auto make = [](B sign, B field, B mantissa) {
+        const B bits = (sign << (8 * sizeof(T) - 1)) | (field << kMantissaBits) | mantissa;
+        T v;
+        std::memcpy(&v, &bits, sizeof v);
+        return v;
+    };
+    const B kMantissaMask = (B{1} << kMantissaBits) - 1;
+    std::vector<T> x;
+    for (int field = 0; field < kExponents; ++field) {
+        for (int i = 0; i < kRun; ++i) x.push_back(make(gen() & 1, static_cast<B>(field), gen() & kMantissaMask));
+    }
+    x[5] = 0, x[6] = -T(0);  // zeros in the first run, among subnormals
+    const int n = static_cast<int>(x.size());
+    std::vector<T> divisors;
+    for (int field : {1, 2, 3, 40, Lim::max_exponent - 30, Lim::max_exponent - 1, Lim::max_exponent,
+                      Lim::max_exponent + 20, 2 * Lim::max_exponent - 4, 2 * Lim::max_exponent - 3,
+                      2 * Lim::max_exponent - 2}) {
+        for (B mantissa : {kMantissaMask, B{1}, B{1} << (kMantissaBits - 1)}) {
+            divisors.push_back(make(0, static_cast<B>(field), mantissa));
+            divisors.push_back(make(1, static_cast<B>(field), gen() & kMantissaMask));
+        }
+    }
+    Buffer<T> d(n, 1);
+    const unsigned saved = _mm_getcsr();
+    for (T c : divisors) {
+        SCOPED_TRACE(testing::Message() << "c=" << c << " mxcsr=" << std::hex << mxcsr);
+        _mm_setcsr(mxcsr);
+        const qp::Status status = k(x.data(), c, d.data, n);
+        std::vector<T> want(n);
+        for (int i = 0; i < n; ++i) {
+            volatile T xi = x[i], ci = c;
+            want[i] = xi / ci;
+        }
+        _mm_setcsr(saved);
+        ASSERT_EQ(status, qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) {
+            ASSERT_TRUE(qptest::SameBits(d.data[i], want[i])) << x[i] << " / " << c << " gave " << d.data[i]
+                                                              << " instead of " << want[i];
+        }
+        EXPECT_TRUE(d.TailIntact());
+    }
+}
+
+TEST_P(ArithmeticPaths, DivideByConstantSweepsEveryExponent) {
+    const unsigned base = _mm_getcsr() & ~0xE040u;  // nearest, subnormals kept
+    for (unsigned mode : {base, base | 0x8040u /* flush and read subnormals as zero */, base | 0x4000u /* down */,
+                          base | 0x2000u /* up */, base | 0x6000u /* toward zero */}) {
+        CheckDivConstSweep<float>(qptest::div_const_f32_paths[GetParam()], mode);
+        CheckDivConstSweep<double>(qptest::div_const_f64_paths[GetParam()], mode);
+    }
+}
+
+// Random dividends and divisors of moderate size: the bulk of the data a caller divides.
+TEST_P(ArithmeticPaths, DivideByConstantMatchesADivisionOnRandomData) {
+    const auto kf = qptest::div_const_f32_paths[GetParam()];
+    const auto kd = qptest::div_const_f64_paths[GetParam()];
+    std::mt19937 gen(29);
+    std::uniform_real_distribution<double> mantissa(1, 2);
+    std::uniform_int_distribution<int> expo(-60, 60);
+    const int n = 4099;
+    std::vector<float> xf(n), df(n);
+    std::vector<double> xd(n), dd(n);
+    const int rounds = qptest::Emulated() ? 20 : 200;
+    for (int round = 0; round < rounds; ++round) {
+        for (int i = 0; i < n; ++i) {
+            xd[i] = std::ldexp(mantissa(gen), expo(gen)) * ((gen() & 1) ? 1 : -1);
+            xf[i] = static_cast<float>(xd[i]);
+            xd[i] += std::ldexp(mantissa(gen), -30) * xd[i];  // bits beyond float precision
+        }
+        const double c = std::ldexp(mantissa(gen), expo(gen)) * ((gen() & 1) ? 1 : -1);
+        const float cf = static_cast<float>(c);
+        ASSERT_EQ(kf(xf.data(), cf, df.data(), n), qp::qpStsNoErr);
+        ASSERT_EQ(kd(xd.data(), c, dd.data(), n), qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) {
+            ASSERT_EQ(df[i], static_cast<float>(double(xf[i]) / cf)) << xf[i] << " / " << cf;
+            volatile double xi = xd[i];
+            ASSERT_EQ(dd[i], xi / c) << xd[i] << " / " << c;
+        }
+    }
+}
+
 // d + a * b with the product rounded on its own, or fused with the sum where the compiler
 // contracts the two on a build with FMA.
 bool SumOfProduct(float got, float d, float a, float b) {
@@ -238,6 +334,59 @@ TEST_P(ArithmeticPaths, AddProductAccumulates) {
     EXPECT_EQ(k(x, nullptr, d, 2), qp::qpStsNullPtrErr);
     EXPECT_EQ(k(x, x, d, 0), qp::qpStsSizeErr);
     EXPECT_EQ(d[0], 5);
+}
+
+// Clipping on values at and around the levels, signed zeros, infinities and NaN (kept bit for bit),
+// with levels that are their own values (one instruction per bound), levels with other values and
+// inverted levels (a value below the lower level takes the lower value even above the upper one).
+// Every value meets every position of the vector body and the remainder, in place and not.
+template <typename T>
+void CheckClipping(int p) {
+    const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
+    const T pattern[] = {-3, -1, -T(0), 0, T(0.5), 1, 2, 3, nan, -nan, inf, -inf, T(1.5), T(-0.5), T(2.5)};
+    const auto lt = Of<T>(qptest::threshold_lt_f32_paths, qptest::threshold_lt_f64_paths, p);
+    const auto gt = Of<T>(qptest::threshold_gt_f32_paths, qptest::threshold_gt_f64_paths, p);
+    struct Row {
+        const char* what;
+        std::function<qp::Status(const T*, T*, int)> run;
+        std::function<T(T)> ref;
+    };
+    std::vector<Row> rows;
+    for (T level : {T(1), -T(0), T(0), nan, -inf}) {
+        rows.push_back({"lt", [=](const T* s, T* d, int n) { return lt(s, level, d, n); },
+                        [=](T x) { return x < level ? level : x; }});
+        rows.push_back({"gt", [=](const T* s, T* d, int n) { return gt(s, level, d, n); },
+                        [=](T x) { return x > level ? level : x; }});
+    }
+    if constexpr (std::is_same_v<T, float>) {
+        const auto clip = qptest::threshold_ltval_gtval_f32_paths[p];
+        const float levels[][4] = {{-1, -1, 2, 2},   {-0.0f, -0.0f, 0, 0}, {0, 0, -0.0f, -0.0f}, {1, 1, 1, 1},
+                                   {-1, -5, 2, 7},   {2, 2, -1, -1},       {2, 9, -1, -9},       {nan, nan, 2, 2},
+                                   {-1, -1, nan, nan}};
+        for (const auto& v : levels) {
+            rows.push_back({"clip", [=](const float* s, float* d, int n) { return clip(s, v[0], v[1], v[2], v[3], d, n); },
+                            [=](float x) { return x < v[0] ? v[1] : (x > v[2] ? v[3] : x); }});
+        }
+    }
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        SCOPED_TRACE(testing::Message() << rows[r].what << " row " << r);
+        for (int n : kLengths) {
+            Buffer<T> s(n, 1), d(n, 2);
+            for (int i = 0; i < n; ++i) s.data[i] = pattern[(i + n) % std::size(pattern)];
+            ASSERT_EQ(rows[r].run(s.data, d.data, n), qp::qpStsNoErr);
+            for (int i = 0; i < n; ++i) {
+                ASSERT_TRUE(qptest::SameBits(d.data[i], rows[r].ref(s.data[i]))) << "n=" << n << " i=" << i << " x=" << s.data[i];
+            }
+            EXPECT_TRUE(d.TailIntact());
+            ASSERT_EQ(rows[r].run(s.data, s.data, n), qp::qpStsNoErr);
+            for (int i = 0; i < n; ++i) ASSERT_TRUE(qptest::SameBits(s.data[i], d.data[i])) << "in place, n=" << n << " i=" << i;
+        }
+    }
+}
+
+TEST_P(ArithmeticPaths, ClippingKeepsNaNAndValuesAtTheLevels) {
+    CheckClipping<float>(GetParam());
+    CheckClipping<double>(GetParam());
 }
 
 // --- interleaved complex -------------------------------------------------------------------------

@@ -76,48 +76,65 @@ QP_INLINE Vec<Bits<T>> OddSignMask() {
 // Lane-wise a > b ? a : b and a < b ? a : b in one instruction each: b where the lanes are equal
 // or either is NaN.
 #if QP_VEC_BYTES == 64 && defined(__AVX512F__)
-QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm512_maskz_max_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
-}
-QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm512_maskz_min_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
-}
+#define QP_MAX_MIN(T, M, suffix, mask)                                                                     \
+    QP_INLINE Vec<T> MaxOrSecond(Vec<T> a, Vec<T> b) {                                                    \
+        return reinterpret_cast<Vec<T>>(_mm512_maskz_max_##suffix(mask, reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
+    }                                                                                                      \
+    QP_INLINE Vec<T> MinOrSecond(Vec<T> a, Vec<T> b) {                                                    \
+        return reinterpret_cast<Vec<T>>(_mm512_maskz_min_##suffix(mask, reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
+    }
+QP_MAX_MIN(float, __m512, ps, 0xFFFF)
+QP_MAX_MIN(double, __m512d, pd, 0xFF)
 #elif QP_VEC_BYTES == 64
-QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
-    __m256 x[2], y[2];
-    __builtin_memcpy(x, &a, sizeof a);
-    __builtin_memcpy(y, &b, sizeof b);
-    x[0] = _mm256_max_ps(x[0], y[0]);
-    x[1] = _mm256_max_ps(x[1], y[1]);
-    __builtin_memcpy(&a, x, sizeof a);
-    return a;
-}
-QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
-    __m256 x[2], y[2];
-    __builtin_memcpy(x, &a, sizeof a);
-    __builtin_memcpy(y, &b, sizeof b);
-    x[0] = _mm256_min_ps(x[0], y[0]);
-    x[1] = _mm256_min_ps(x[1], y[1]);
-    __builtin_memcpy(&a, x, sizeof a);
-    return a;
-}
-#elif QP_VEC_BYTES == 32
-QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm256_max_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
-}
-QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm256_min_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
-}
+// Two 256-bit halves.
+#define QP_MAX_MIN(T, M, suffix, mask)                                 \
+    QP_INLINE Vec<T> MaxOrSecond(Vec<T> a, Vec<T> b) {                \
+        M x[2], y[2];                                                  \
+        __builtin_memcpy(x, &a, sizeof a);                             \
+        __builtin_memcpy(y, &b, sizeof b);                             \
+        x[0] = _mm256_max_##suffix(x[0], y[0]);                        \
+        x[1] = _mm256_max_##suffix(x[1], y[1]);                        \
+        __builtin_memcpy(&a, x, sizeof a);                             \
+        return a;                                                      \
+    }                                                                  \
+    QP_INLINE Vec<T> MinOrSecond(Vec<T> a, Vec<T> b) {                \
+        M x[2], y[2];                                                  \
+        __builtin_memcpy(x, &a, sizeof a);                             \
+        __builtin_memcpy(y, &b, sizeof b);                             \
+        x[0] = _mm256_min_##suffix(x[0], y[0]);                        \
+        x[1] = _mm256_min_##suffix(x[1], y[1]);                        \
+        __builtin_memcpy(&a, x, sizeof a);                             \
+        return a;                                                      \
+    }
+QP_MAX_MIN(float, __m256, ps, 0)
+QP_MAX_MIN(double, __m256d, pd, 0)
 #else
-QP_INLINE Vec<float> MaxOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm_max_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-}
-QP_INLINE Vec<float> MinOrSecond(Vec<float> a, Vec<float> b) {
-    return reinterpret_cast<Vec<float>>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-}
+#if QP_VEC_BYTES == 32
+#define QP_MAX_MIN_OP(op, suffix) _mm256_##op##_##suffix
+#else
+#define QP_MAX_MIN_OP(op, suffix) _mm_##op##_##suffix
 #endif
+#define QP_MAX_MIN(T, M, suffix, mask)                                                                        \
+    QP_INLINE Vec<T> MaxOrSecond(Vec<T> a, Vec<T> b) {                                                       \
+        return reinterpret_cast<Vec<T>>(QP_MAX_MIN_OP(max, suffix)(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
+    }                                                                                                         \
+    QP_INLINE Vec<T> MinOrSecond(Vec<T> a, Vec<T> b) {                                                       \
+        return reinterpret_cast<Vec<T>>(QP_MAX_MIN_OP(min, suffix)(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
+    }
+#if QP_VEC_BYTES == 32
+QP_MAX_MIN(float, __m256, ps, 0)
+QP_MAX_MIN(double, __m256d, pd, 0)
+#else
+QP_MAX_MIN(float, __m128, ps, 0)
+QP_MAX_MIN(double, __m128d, pd, 0)
+#endif
+#undef QP_MAX_MIN_OP
+#endif
+#undef QP_MAX_MIN
 QP_INLINE float MaxOrSecond(float a, float b) { return a > b ? a : b; }
 QP_INLINE float MinOrSecond(float a, float b) { return a < b ? a : b; }
+QP_INLINE double MaxOrSecond(double a, double b) { return a > b ? a : b; }
+QP_INLINE double MinOrSecond(double a, double b) { return a < b ? a : b; }
 
 // Correctly rounded square root of every lane.
 QP_INLINE Vec<double> Sqrt(Vec<double> v) {

@@ -221,10 +221,7 @@ template <typename T>
 QP_INLINE Vec<T> SwapBytes(Vec<T> v) {
     constexpr int E = sizeof(T);
 #if QP_VEC_BYTES == 64 && defined(__AVX512BW__)
-    const __m128i lane = SwapControl<E>();
-    const __m128i lanes[4] = {lane, lane, lane, lane};
-    __m512i control;
-    __builtin_memcpy(&control, lanes, sizeof control);
+    const __m512i control = _mm512_broadcast_i32x4(SwapControl<E>());
     return reinterpret_cast<Vec<T>>(_mm512_shuffle_epi8(reinterpret_cast<__m512i>(v), control));
 #elif QP_VEC_BYTES == 64
     // AVX2 (path 5 and the test build): two 256-bit byte shuffles.
@@ -333,6 +330,14 @@ QP_INLINE Vec<std::int32_t> CvtNearest(Vec<float> v) {
 template <typename H, typename V>
 QP_INLINE void SplitHalves(V v, H& lo, H& hi) {
     static_assert(2 * sizeof(H) == sizeof(V), "halves");
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) {
+        const __m512i x = reinterpret_cast<__m512i>(v);
+        lo = reinterpret_cast<H>(_mm512_castsi512_si256(x));
+        hi = reinterpret_cast<H>(_mm512_extracti64x4_epi64(x, 1));
+        return;
+    }
+#endif
     if constexpr (sizeof(V) == 32) {
         const __m256i x = reinterpret_cast<__m256i>(v);
         lo = reinterpret_cast<H>(_mm256_castsi256_si128(x));
@@ -347,6 +352,12 @@ QP_INLINE void SplitHalves(V v, H& lo, H& hi) {
 template <typename V, typename H>
 QP_INLINE V JoinHalves(H lo, H hi) {
     static_assert(2 * sizeof(H) == sizeof(V), "halves");
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) {
+        return reinterpret_cast<V>(
+            _mm512_inserti64x4(_mm512_castsi256_si512(reinterpret_cast<__m256i>(lo)), reinterpret_cast<__m256i>(hi), 1));
+    }
+#endif
     if constexpr (sizeof(V) == 32) {
         return reinterpret_cast<V>(_mm256_set_m128i(reinterpret_cast<__m128i>(hi), reinterpret_cast<__m128i>(lo)));
     } else {
@@ -534,9 +545,7 @@ QP_INLINE Vec<unsigned char> PackToU8(Vec<std::int32_t> a, Vec<std::int32_t> b, 
                           _mm512_maskz_cvtusepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(b)),
                           _mm512_maskz_cvtusepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(c)),
                           _mm512_maskz_cvtusepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(d))};
-    Vec<unsigned char> r;
-    __builtin_memcpy(&r, q, sizeof r);
-    return r;
+    return JoinHalves<Vec<unsigned char>>(JoinHalves<__m256i>(q[0], q[1]), JoinHalves<__m256i>(q[2], q[3]));
 #else
     // The 16-bit packs keep the element order: ab holds a then b, cd holds c then d.
     const Vec<short> ab = PackToS16(a, b), cd = PackToS16(c, d);

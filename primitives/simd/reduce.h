@@ -44,11 +44,26 @@ QP_INLINE Vec<double> LoadWiden(const float* p) {
 using simd::MulAdd;
 
 
-// The lanes of a float vector added into a double vector (two widened halves).
+// The lanes of a float vector added into a double vector (two widened halves). The halves are taken
+// in registers where the build has the instructions: a round trip through memory stalls on store
+// forwarding.
 QP_INLINE Vec<double> AddWidened(Vec<double> acc, Vec<float> v) {
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+    const __m512 x = reinterpret_cast<__m512>(v);
+    const __m256 upper = _mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(x), 1));
+    const __m512d lo = _mm512_maskz_cvtps_pd(static_cast<__mmask8>(0xFF), _mm512_castps512_ps256(x));
+    const __m512d hi = _mm512_maskz_cvtps_pd(static_cast<__mmask8>(0xFF), upper);
+    return acc + (reinterpret_cast<Vec<double>>(lo) + reinterpret_cast<Vec<double>>(hi));
+#elif QP_VEC_BYTES == 32 && defined(__AVX__)
+    const __m256 x = reinterpret_cast<__m256>(v);
+    const __m256d lo = _mm256_cvtps_pd(_mm256_castps256_ps128(x));
+    const __m256d hi = _mm256_cvtps_pd(_mm256_extractf128_ps(x, 1));
+    return acc + (reinterpret_cast<Vec<double>>(lo) + reinterpret_cast<Vec<double>>(hi));
+#else
     float f[kLanes<float>];
     __builtin_memcpy(f, &v, sizeof v);
     return acc + (LoadWiden(f) + LoadWiden(f + kLanes<double>));
+#endif
 }
 
 // True when any bit of the comparison mask m is set.

@@ -342,6 +342,21 @@ Status stddev_f32(const float* src, int hint, float* stddev, int len) {
     const Vec<float> k = simd::Broadcast(shift);
     Vec<double> t1 = {}, t2 = {};
     int i = 0;
+    // Whole groups of kFlush steps without a length test per step, then the rest, grouped the same.
+    for (; len - i >= kFlush * kAcc * L;) {
+        Vec<float> a1[kAcc] = {}, a2[kAcc] = {};
+        for (int step = 0; step < kFlush; ++step, i += kAcc * L) {
+            for (int u = 0; u < kAcc; ++u) {
+                const Vec<float> d = Load(src + i + u * L) - k;
+                a1[u] += d;
+                a2[u] = reduce::MulAdd(d, d, a2[u]);
+            }
+        }
+        for (int u = 0; u < kAcc; ++u) {
+            t1 = reduce::AddWidened(t1, a1[u]);
+            t2 = reduce::AddWidened(t2, a2[u]);
+        }
+    }
     while (len - i >= L) {
         Vec<float> a1[kAcc] = {}, a2[kAcc] = {};
         for (int step = 0; step < kFlush && len - i >= kAcc * L; ++step, i += kAcc * L) {
