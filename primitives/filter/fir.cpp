@@ -61,7 +61,7 @@ QP_INLINE void Outputs(const float* e, const float* g, int K, float* y) {
 #pragma GCC unroll 16
     for (int u = 0; u < U; ++u) acc[u] = Vec<float>{};
     for (int j = 0; j < K; ++j) {
-        const Vec<float> t = vfir::Splat(g[j]);
+        const Vec<float> t = simd::Broadcast(g[j]);
 #pragma GCC unroll 16
         for (int u = 0; u < U; ++u) acc[u] = vfir::MulAdd(t, simd::Load(e + j + u * L), acc[u]);
     }

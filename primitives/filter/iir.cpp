@@ -29,7 +29,6 @@ namespace {
 using iir::Section;
 using iir::State;
 using iirmrf::MulAdd;
-using iirmrf::MulAddS;
 using simd::Vec;
 
 struct Layout {
@@ -219,21 +218,21 @@ QP_INLINE void RunSection(const Section<T>& s, const T* x, T* y, int n, T* state
         // State at the block's end for a zero start, from the last two inputs and outputs.
         const T xk1 = x[i + K - 1], xk2 = x[i + K - 2];
         const T yk1 = acc[V - 1][L - 1], yk2 = acc[V - 1][L - 2];
-        const T u0 = MulAddS(b1, xk1, MulAddS(b2, xk2, MulAddS(-a1, yk1, -a2 * yk2)));
-        const T u1 = MulAddS(b2, xk1, -a2 * yk1);
+        const T u0 = simd::MulAdd(b1, xk1, simd::MulAdd(b2, xk2, simd::MulAdd(-a1, yk1, -a2 * yk2)));
+        const T u1 = simd::MulAdd(b2, xk1, -a2 * yk1);
         const Vec<T> vd0 = simd::Broadcast(d0), vd1 = simd::Broadcast(d1);
 #pragma GCC unroll 16
         for (int v = 0; v < V; ++v) simd::Store(y + i + v * L, MulAdd<T>(vd0, pv[v], MulAdd<T>(vd1, qv[v], acc[v])));
-        const T n0 = MulAddS(f00, d0, MulAddS(f01, d1, u0));
-        const T n1 = MulAddS(f10, d0, MulAddS(f11, d1, u1));
+        const T n0 = simd::MulAdd(f00, d0, simd::MulAdd(f01, d1, u0));
+        const T n1 = simd::MulAdd(f10, d0, simd::MulAdd(f11, d1, u1));
         d0 = n0;
         d1 = n1;
     }
     for (; i < n; ++i) {
         const T xi = x[i];
-        const T yi = MulAddS(b0, xi, d0);
-        d0 = MulAddS(b1, xi, MulAddS(-a1, yi, d1));
-        d1 = MulAddS(b2, xi, -a2 * yi);
+        const T yi = simd::MulAdd(b0, xi, d0);
+        d0 = simd::MulAdd(b1, xi, simd::MulAdd(-a1, yi, d1));
+        d1 = simd::MulAdd(b2, xi, -a2 * yi);
         y[i] = yi;
     }
     state[0] = d0;
@@ -275,7 +274,7 @@ QP_INLINE void RunArbitrary(State<T>* st, const T* src, T* dst, int len) {
         }
         for (; n < c; ++n) {
             T acc = b[0] * xb[n];
-            for (int j = 1; j <= order; ++j) acc = MulAddS(b[j], xb[n - j], acc);
+            for (int j = 1; j <= order; ++j) acc = simd::MulAdd(b[j], xb[n - j], acc);
             w[n] = acc;
         }
         // The past's share of the first outputs is the delay line itself.
@@ -285,8 +284,8 @@ QP_INLINE void RunArbitrary(State<T>* st, const T* src, T* dst, int len) {
         T yprev = T(0);
         for (int k = 0; k < c; ++k) {
             T acc = w[k];
-            for (int j = order; j >= 2; --j) acc = MulAddS(-a[j], yb[k - j], acc);
-            const T yk = MulAddS(-a[1], yprev, acc);
+            for (int j = order; j >= 2; --j) acc = simd::MulAdd(-a[j], yb[k - j], acc);
+            const T yk = simd::MulAdd(-a[1], yprev, acc);
             yb[k] = yk;
             dst[c0 + k] = yk;
             yprev = yk;
@@ -297,8 +296,8 @@ QP_INLINE void RunArbitrary(State<T>* st, const T* src, T* dst, int len) {
             T s = k + c < order ? d[k + c] : T(0);
             const int last = k + c < order ? k + c : order;
             for (int j = k + 1; j <= last; ++j) {
-                s = MulAddS(b[j], xb[c + k - j], s);
-                s = MulAddS(-a[j], yb[c + k - j], s);
+                s = simd::MulAdd(b[j], xb[c + k - j], s);
+                s = simd::MulAdd(-a[j], yb[c + k - j], s);
             }
             d[k] = s;
         }

@@ -42,35 +42,6 @@ using simd::Load;
 using simd::Store;
 using simd::Vec;
 
-namespace detail {
-template <typename T, std::size_t... I>
-QP_INLINE Vec<T> Splat(T x, std::index_sequence<I...>) {
-    return Vec<T>{((void)I, x)...};
-}
-}  // namespace detail
-
-// x in every lane, without the addition that Broadcast's 0 + x costs.
-template <typename T>
-QP_INLINE Vec<T> Splat(T x) {
-    return detail::Splat<T>(x, std::make_index_sequence<kLanes<T>>{});
-}
-
-// Scalar a * b + c rounded like the vector form of the same build.
-QP_INLINE float MulAddScalar(float a, float b, float c) {
-#if defined(__FMA__) || defined(__AVX512F__)
-    return __builtin_fmaf(a, b, c);
-#else
-    return a * b + c;
-#endif
-}
-QP_INLINE double MulAddScalar(double a, double b, double c) {
-#if defined(__FMA__) || defined(__AVX512F__)
-    return __builtin_fma(a, b, c);
-#else
-    return a * b + c;
-#endif
-}
-
 // ---------------------------------------------------------------------------------------------
 // Direct convolution
 
@@ -89,7 +60,7 @@ QP_INLINE void DirectBlock(const T* x, const T* h, std::int64_t m, T* y, std::in
         Vec<T> acc[U] = {};
         const T* xk = x + k;
         for (std::int64_t j = 0; j < m; ++j) {
-            const Vec<T> w = Splat<T>(hr[-j]);
+            const Vec<T> w = simd::Broadcast<T>(hr[-j]);
 #pragma GCC unroll 8
             for (int u = 0; u < U; ++u) acc[u] = simd::MulAdd<T>(w, Load(xk + j + u * L), acc[u]);
         }
@@ -98,12 +69,12 @@ QP_INLINE void DirectBlock(const T* x, const T* h, std::int64_t m, T* y, std::in
     }
     for (; count - k >= L; k += L) {
         Vec<T> acc = {};
-        for (std::int64_t j = 0; j < m; ++j) acc = simd::MulAdd<T>(Splat<T>(hr[-j]), Load(x + k + j), acc);
+        for (std::int64_t j = 0; j < m; ++j) acc = simd::MulAdd<T>(simd::Broadcast<T>(hr[-j]), Load(x + k + j), acc);
         Store(y + k, acc);
     }
     for (; k < count; ++k) {
         T acc = 0;
-        for (std::int64_t j = 0; j < m; ++j) acc = MulAddScalar(hr[-j], x[k + j], acc);
+        for (std::int64_t j = 0; j < m; ++j) acc = simd::MulAdd(hr[-j], x[k + j], acc);
         y[k] = acc;
     }
 }
@@ -113,7 +84,7 @@ QP_INLINE void DirectBlock(const T* x, const T* h, std::int64_t m, T* y, std::in
 template <typename T>
 QP_INLINE void DirectConvolve(const T* x, std::int64_t n, const T* h, std::int64_t m, T* y, T* edge) {
     if (m == 1) {
-        const Vec<T> w = Splat<T>(h[0]);
+        const Vec<T> w = simd::Broadcast<T>(h[0]);
         constexpr int L = kLanes<T>;
         std::int64_t i = 0;
         for (; n - i >= L; i += L) Store(y + i, w * Load(x + i));
@@ -146,15 +117,15 @@ QP_INLINE void SpectrumProduct(T* x, const T* h, std::int64_t bins) {
     for (; bins - k >= L; k += L) xio.Store(k, simd::Mul<T>(xio.Load(k), hin.Load(k)));
     for (; k < bins; ++k) {
         const T xr = x[2 * k], xi = x[2 * k + 1], hr = h[2 * k], hi = h[2 * k + 1];
-        x[2 * k] = MulAddScalar(xr, hr, -(xi * hi));
-        x[2 * k + 1] = MulAddScalar(xr, hi, xi * hr);
+        x[2 * k] = simd::MulAdd(xr, hr, -(xi * hi));
+        x[2 * k + 1] = simd::MulAdd(xr, hi, xi * hr);
     }
 }
 
 template <typename T>
 QP_INLINE void ScaleInPlace(T* x, std::int64_t n, T s) {
     constexpr int L = kLanes<T>;
-    const Vec<T> v = Splat<T>(s);
+    const Vec<T> v = simd::Broadcast<T>(s);
     std::int64_t i = 0;
     for (; n - i >= L; i += L) Store(x + i, Load(x + i) * v);
     for (; i < n; ++i) x[i] *= s;

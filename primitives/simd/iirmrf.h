@@ -15,21 +15,6 @@ using simd::Vec;
 
 using simd::MulAdd;
 
-// Scalar a * b + c, rounded once where the build has FMA (the builtin then compiles to one
-// instruction; without FMA it would be a library call, so the two roundings are spelled out).
-template <typename T>
-QP_INLINE T MulAddS(T a, T b, T c) {
-#if defined(__FMA__)
-    if constexpr (sizeof(T) == 4) {
-        return __builtin_fmaf(a, b, c);
-    } else {
-        return __builtin_fma(a, b, c);
-    }
-#else
-    return a * b + c;
-#endif
-}
-
 template <typename T, int kBytes>
 struct VecOfBytes {
     typedef T type __attribute__((vector_size(kBytes)));

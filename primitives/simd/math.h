@@ -40,29 +40,7 @@ QP_INLINE bool Any(M m) {
 
 // a * b + c, with a single rounding where the build has FMA and two roundings elsewhere. For
 // approximations whose error budget allows either; exact-rounding code writes a * b + c itself.
-QP_INLINE VF MulAddAny(VF a, VF b, VF c) {
-#if defined(__FMA__) && QP_VEC_BYTES == 32
-    return reinterpret_cast<VF>(_mm256_fmadd_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b),
-                                                reinterpret_cast<__m256>(c)));
-#elif defined(__AVX512F__) && QP_VEC_BYTES == 64
-    return reinterpret_cast<VF>(_mm512_fmadd_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b),
-                                                reinterpret_cast<__m512>(c)));
-#elif defined(__FMA__) && QP_VEC_BYTES == 64
-    typedef float Half __attribute__((vector_size(32)));
-    Half ha[2], hb[2], hc[2], hr[2];
-    __builtin_memcpy(ha, &a, sizeof a);
-    __builtin_memcpy(hb, &b, sizeof b);
-    __builtin_memcpy(hc, &c, sizeof c);
-    for (int i = 0; i < 2; ++i)
-        hr[i] = reinterpret_cast<Half>(_mm256_fmadd_ps(reinterpret_cast<__m256>(ha[i]), reinterpret_cast<__m256>(hb[i]),
-                                                       reinterpret_cast<__m256>(hc[i])));
-    VF r;
-    __builtin_memcpy(&r, hr, sizeof r);
-    return r;
-#else
-    return a * b + c;
-#endif
-}
+QP_INLINE VF MulAddAny(VF a, VF b, VF c) { return simd::MulAdd<float>(a, b, c); }
 
 namespace detail {
 

@@ -13,7 +13,9 @@
 
 #include <immintrin.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "runtime/kernels.h"
 
@@ -47,10 +49,17 @@ QP_INLINE void Store(T* p, Vec<T> v) {
     __builtin_memcpy(p, &v, sizeof v);
 }
 
+namespace detail {
+template <typename T, std::size_t... I>
+QP_INLINE Vec<T> Splat(T x, std::index_sequence<I...>) {
+    return Vec<T>{((void)I, x)...};
+}
+}  // namespace detail
+
+// x in every lane: a plain broadcast, no arithmetic (0 + x would also turn -0.0 into +0.0).
 template <typename T>
 QP_INLINE Vec<T> Broadcast(T x) {
-    // x - 0 rather than 0 + x: the sum would turn -0.0 into +0.0.
-    return x - Vec<T>{};
+    return detail::Splat<T>(x, std::make_index_sequence<kLanes<T>>{});
 }
 
 // Same bits viewed as another element type of the same width.
@@ -110,6 +119,23 @@ QP_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {
 
 QP_INLINE Vec<float> MulAdd(Vec<float> a, Vec<float> b, Vec<float> c) { return MulAdd<float>(a, b, c); }
 QP_INLINE Vec<double> MulAdd(Vec<double> a, Vec<double> b, Vec<double> c) { return MulAdd<double>(a, b, c); }
+
+// The scalar counterparts, rounded like the vector form of the same build (AVX-512F has fused
+// multiply-add without defining __FMA__).
+QP_INLINE float MulAdd(float a, float b, float c) {
+#if defined(__FMA__) || defined(__AVX512F__)
+    return __builtin_fmaf(a, b, c);
+#else
+    return a * b + c;
+#endif
+}
+QP_INLINE double MulAdd(double a, double b, double c) {
+#if defined(__FMA__) || defined(__AVX512F__)
+    return __builtin_fma(a, b, c);
+#else
+    return a * b + c;
+#endif
+}
 
 // Non-temporal store of one vector to a vector-aligned address.
 template <typename T>

@@ -22,34 +22,7 @@ using simd::BitCast;
 using simd::Vec;
 
 // a * b + c, rounded once where the path has fused multiply-add (paths 4, 5, 6 and w), else twice.
-template <typename T>
-QP_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {
-#if defined(__FMA__) && QP_VEC_BYTES == 16
-    if constexpr (sizeof(T) == 4) return _mm_fmadd_ps(a, b, c);
-    else return _mm_fmadd_pd(a, b, c);
-#elif defined(__FMA__) && QP_VEC_BYTES == 32
-    if constexpr (sizeof(T) == 4) return _mm256_fmadd_ps(a, b, c);
-    else return _mm256_fmadd_pd(a, b, c);
-#elif defined(__AVX512F__) && QP_VEC_BYTES == 64
-    if constexpr (sizeof(T) == 4) return _mm512_fmadd_ps(a, b, c);
-    else return _mm512_fmadd_pd(a, b, c);
-#elif defined(__FMA__) && QP_VEC_BYTES == 64
-    typedef T Half __attribute__((vector_size(32)));
-    Half ha[2], hb[2], hc[2], hr[2];
-    __builtin_memcpy(ha, &a, sizeof a);
-    __builtin_memcpy(hb, &b, sizeof b);
-    __builtin_memcpy(hc, &c, sizeof c);
-    for (int h = 0; h < 2; ++h) {
-        if constexpr (sizeof(T) == 4) hr[h] = _mm256_fmadd_ps(ha[h], hb[h], hc[h]);
-        else hr[h] = _mm256_fmadd_pd(ha[h], hb[h], hc[h]);
-    }
-    Vec<T> r;
-    __builtin_memcpy(&r, hr, sizeof r);
-    return r;
-#else
-    return a * b + c;
-#endif
-}
+using simd::MulAdd;
 
 // Correctly rounded square root of every lane.
 template <typename T>

@@ -66,7 +66,7 @@ QP_INLINE double DotF64(const double* a, const double* b, int n) {
     }
     for (; n - i >= L; i += L) acc[0] = simd::MulAdd<double>(Load(a + i), Load(b + i), acc[0]);
     double r = reduce::SumLanes<double>((acc[0] + acc[1]) + (acc[2] + acc[3]));
-    for (; i < n; ++i) r = dsp::MulAddScalar(a[i], b[i], r);
+    for (; i < n; ++i) r = simd::MulAdd(a[i], b[i], r);
     return r;
 }
 
