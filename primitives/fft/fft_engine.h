@@ -52,7 +52,7 @@ template <typename T>
 constexpr int kInCacheMaxOrder = sizeof(T) == 4 ? 22 : 21;
 // Real kinds: direct real kernels up to this order, the half-length method above.
 template <typename T>
-constexpr int kRealDirectMaxOrder = sizeof(T) == 4 ? 4 : 5;
+constexpr int kRealDirectMaxOrder = sizeof(T) == 4 ? 4 : 3;
 
 // ---------------------------------------------------------------------------------------------
 // Twiddles
