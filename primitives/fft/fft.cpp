@@ -324,9 +324,12 @@ QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t s
     const T* wi = split + splitCount;
     constexpr int L = simd::kLanes<T>;
     std::int64_t k = 1;
-    // Vector body: k .. k + L - 1 against M - k - L + 1 .. M - k, while the two ranges stay apart.
+    // Vector body: k .. k + L - 1 against M - k - L + 1 .. M - k. M / 2 is a multiple of L, so the
+    // blocks from k = 1 end exactly at M / 2, where the last block and its mirror share the single
+    // index M / 2: both loads come before the stores and both halves compute the same value there,
+    // so that block is done in vectors too and no scalar tail remains (M >= 2 L).
     const Vec<T> hv = simd::Broadcast<T>(h);
-    for (; k + L - 1 < m - k - L + 1; k += L) {
+    for (; k + L - 1 <= m - k - L + 1; k += L) {
         const std::int64_t j0 = m - k - L + 1;  // lowest index of the mirrored block
         CVec<T> zk = simd::InterIn<T>{d}.Load(k);
         CVec<T> zj = simd::InterIn<T>{d}.Load(j0);
@@ -367,7 +370,8 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
     const T x0 = s[0], xm = s[2 * m];
     constexpr int L = simd::kLanes<T>;
     std::int64_t k = 1;
-    for (; k + L - 1 < m - k - L + 1; k += L) {
+    // As in the forward split, the last block meets its mirror at M / 2 only.
+    for (; k + L - 1 <= m - k - L + 1; k += L) {
         const std::int64_t j0 = m - k - L + 1;
         CVec<T> xk = simd::InterIn<T>{s}.Load(k);
         CVec<T> xj = simd::InterIn<T>{s}.Load(j0);
