@@ -81,7 +81,7 @@ TEST_P(FFTPaths, EveryKindMatchesTheReferenceUpToOrder12) {
 }
 
 // The cache-blocked method (square and 2:1 matrices), reached at small orders through algorithm
-// hint 2; by default it starts beyond order 22 (single) / 21 (double).
+// hint 2; by default it starts beyond order 22.
 TEST_P(FFTPaths, BlockedMethodMatchesTheReference) {
     for (std::size_t k = 0; k < Kinds().size(); ++k) {
         const int first = Kinds()[k].shape == Shape::kReal ? 11 : 10;

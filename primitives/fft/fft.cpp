@@ -1,5 +1,6 @@
 // FFT primitives of the six kinds: size query, spec initialiser, forward and inverse.
 #include "fft/fft_lanes.h"
+#include "runtime/kernels.h"
 
 namespace qp {
 namespace QP_PATH_NS {
@@ -60,6 +61,12 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
         if (eo <= kDirectMaxOrder) {
             body.method = fft::kMethodDirect;
             body.small = BuildRoots<T>(m, m, arena);
+            // Widths with N >= L^2 run the whole transform in registers by the lane method (no
+            // work buffer: M <= 16); the others keep the scalar kernels.
+            if (eo >= kLanesDirectMinOrder) {
+                std::int64_t unused = 0;
+                BuildLanes<T>(body.lanes, eo, arena, unused);
+            }
         } else if (eo >= kLanesMinOrder && eo <= kLanesMaxOrder) {
             body.method = fft::kMethodLanes;
             std::int64_t laneWork = 0;
@@ -176,7 +183,10 @@ QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* 
     const T scale = s->h.scale;
     switch (s->b.method) {
         case fft::kMethodDirect:
-            Direct<T>(s->b.engineOrder, x, y, s->b.small, scaled ? scale : static_cast<T>(1));
+            if (s->b.lanes[kWidthIndex].lanes != 0)
+                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, x, y, work, scaled, scale);
+            else
+                Direct<T>(s->b.engineOrder, x, y, s->b.small, scaled ? scale : static_cast<T>(1));
             break;
         case fft::kMethodInCache:
             RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
@@ -314,9 +324,12 @@ QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t s
     const T* wi = split + splitCount;
     constexpr int L = simd::kLanes<T>;
     std::int64_t k = 1;
-    // Vector body: k .. k + L - 1 against M - k - L + 1 .. M - k, while the two ranges stay apart.
+    // Vector body: k .. k + L - 1 against M - k - L + 1 .. M - k. M / 2 is a multiple of L, so the
+    // blocks from k = 1 end exactly at M / 2, where the last block and its mirror share the single
+    // index M / 2: both loads come before the stores and both halves compute the same value there,
+    // so that block is done in vectors too and no scalar tail remains (M >= 2 L).
     const Vec<T> hv = simd::Broadcast<T>(h);
-    for (; k + L - 1 < m - k - L + 1; k += L) {
+    for (; k + L - 1 <= m - k - L + 1; k += L) {
         const std::int64_t j0 = m - k - L + 1;  // lowest index of the mirrored block
         CVec<T> zk = simd::InterIn<T>{d}.Load(k);
         CVec<T> zj = simd::InterIn<T>{d}.Load(j0);
@@ -357,7 +370,8 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
     const T x0 = s[0], xm = s[2 * m];
     constexpr int L = simd::kLanes<T>;
     std::int64_t k = 1;
-    for (; k + L - 1 < m - k - L + 1; k += L) {
+    // As in the forward split, the last block meets its mirror at M / 2 only.
+    for (; k + L - 1 <= m - k - L + 1; k += L) {
         const std::int64_t j0 = m - k - L + 1;
         CVec<T> xk = simd::InterIn<T>{s}.Load(k);
         CVec<T> xj = simd::InterIn<T>{s}.Load(j0);
@@ -414,7 +428,61 @@ QP_INLINE Status Real(int tag, bool inverse, const T* src, T* dst, const void* s
     return qpStsNoErr;
 }
 
+// Small transforms: narrower vectors win. A 64-byte vector holds more points than the transform
+// has rows (N < L^2 leaves the lane method out), and below a few hundred points the 16- and 32-byte
+// builds, which run the lane method, measured 1.5 to 5 times faster than the 64-byte one. The wide
+// builds therefore hand these orders to the narrower build of the same primitive (every processor
+// that runs them runs the narrower builds too). 0: this build; 16 or 32: the build of that width.
+// The test-only 512-bit build lowered to AVX2 keeps its own kernels, so that they stay tested.
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+#define QP_FFT_NARROWER 2
+#elif QP_VEC_BYTES == 32 && defined(__AVX__)
+#define QP_FFT_NARROWER 1
+#else
+#define QP_FFT_NARROWER 0
+#endif
+
+QP_INLINE int NarrowerWidth(const void* spec) {
+    if (QP_FFT_NARROWER == 0 || spec == nullptr) return 0;
+    const fft::Header<float>* h = static_cast<const fft::Header<float>*>(spec);  // tag and order lead both headers
+    const int order = h->order;
+    int width = 0;
+    switch (h->tag) {
+        case fft::kKindC32Split:
+        case fft::kKindC32Interleaved:
+            width = (order == 4 || order == 5) ? 16 : ((order == 6 || order == 7) ? 32 : 0);
+            break;
+        case fft::kKindR32:
+            width = (order == 5 || order == 6) ? 16 : (order == 7 ? 32 : 0);
+            break;
+        case fft::kKindC64Split:
+        case fft::kKindC64Interleaved:
+            width = (order == 2 || order == 3) ? 16 : ((order == 4 || order == 5) ? 32 : 0);
+            break;
+        case fft::kKindR64:
+            width = order == 4 ? 16 : ((order == 5 || order == 6) ? 32 : 0);
+            break;
+        default:
+            break;
+    }
+    return width < QP_VEC_BYTES ? width : 0;
+}
+
 }  // namespace
+
+#if QP_FFT_NARROWER == 2
+#define QP_FFT_HAND_OVER(name, ...)                                   \
+    switch (NarrowerWidth(spec)) {                                    \
+        case 16: return path2::name(__VA_ARGS__);                     \
+        case 32: return path4::name(__VA_ARGS__);                     \
+        default: break;                                               \
+    }
+#elif QP_FFT_NARROWER == 1
+#define QP_FFT_HAND_OVER(name, ...) \
+    if (NarrowerWidth(spec) == 16) return path2::name(__VA_ARGS__);
+#else
+#define QP_FFT_HAND_OVER(name, ...)
+#endif
 
 #define QP_FFT_KIND(suffix, T, tag)                                                                           \
     Status fft_size_##suffix(int order, int flag, int hint, int* specSize, int* initSize, int* bufSize) {    \
@@ -436,45 +504,59 @@ QP_FFT_KIND(r64, double, fft::kKindR64)
 #undef QP_FFT_KIND
 
 Status fft_fwd_c32i(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_c32i, src, dst, spec, buf)
     return Interleaved<float>(fft::kKindC32Interleaved, false, src, dst, spec, buf);
 }
 Status fft_inv_c32i(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_c32i, src, dst, spec, buf)
     return Interleaved<float>(fft::kKindC32Interleaved, true, src, dst, spec, buf);
 }
 Status fft_fwd_c64i(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_c64i, src, dst, spec, buf)
     return Interleaved<double>(fft::kKindC64Interleaved, false, src, dst, spec, buf);
 }
 Status fft_inv_c64i(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_c64i, src, dst, spec, buf)
     return Interleaved<double>(fft::kKindC64Interleaved, true, src, dst, spec, buf);
 }
 Status fft_fwd_c32s(const float* srcRe, const float* srcIm, float* dstRe, float* dstIm, const void* spec,
                     unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_c32s, srcRe, srcIm, dstRe, dstIm, spec, buf)
     return Split<float>(fft::kKindC32Split, false, srcRe, srcIm, dstRe, dstIm, spec, buf);
 }
 Status fft_inv_c32s(const float* srcRe, const float* srcIm, float* dstRe, float* dstIm, const void* spec,
                     unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_c32s, srcRe, srcIm, dstRe, dstIm, spec, buf)
     return Split<float>(fft::kKindC32Split, true, srcRe, srcIm, dstRe, dstIm, spec, buf);
 }
 Status fft_fwd_c64s(const double* srcRe, const double* srcIm, double* dstRe, double* dstIm, const void* spec,
                     unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_c64s, srcRe, srcIm, dstRe, dstIm, spec, buf)
     return Split<double>(fft::kKindC64Split, false, srcRe, srcIm, dstRe, dstIm, spec, buf);
 }
 Status fft_inv_c64s(const double* srcRe, const double* srcIm, double* dstRe, double* dstIm, const void* spec,
                     unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_c64s, srcRe, srcIm, dstRe, dstIm, spec, buf)
     return Split<double>(fft::kKindC64Split, true, srcRe, srcIm, dstRe, dstIm, spec, buf);
 }
 Status fft_fwd_r32(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_r32, src, dst, spec, buf)
     return Real<float>(fft::kKindR32, false, src, dst, spec, buf);
 }
 Status fft_inv_r32(const float* src, float* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_r32, src, dst, spec, buf)
     return Real<float>(fft::kKindR32, true, src, dst, spec, buf);
 }
 Status fft_fwd_r64(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_fwd_r64, src, dst, spec, buf)
     return Real<double>(fft::kKindR64, false, src, dst, spec, buf);
 }
 Status fft_inv_r64(const double* src, double* dst, const void* spec, unsigned char* buf) {
+    QP_FFT_HAND_OVER(fft_inv_r64, src, dst, spec, buf)
     return Real<double>(fft::kKindR64, true, src, dst, spec, buf);
 }
+
+#undef QP_FFT_HAND_OVER
 
 }  // namespace QP_PATH_NS
 }  // namespace qp

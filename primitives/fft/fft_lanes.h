@@ -21,6 +21,8 @@ namespace {
 // Engine orders of the lane method (from 6: below, the straight-line kernels).
 constexpr int kLanesMinOrder = 6;
 constexpr int kLanesMaxOrder = 12;
+// The smallest orders (direct kernels) also take the lane method at the widths where N >= L^2.
+constexpr int kLanesDirectMinOrder = 2;
 // Largest column transform done in registers.
 constexpr int kLanesRegisterMax = 16;
 // Column transforms longer than that go through radix passes from this order on; below it the
