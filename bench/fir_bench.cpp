@@ -2,9 +2,9 @@
 // firfilt_rrrf and a textbook loop compiled for this machine. The case argument is the tap count.
 //
 // Each case reports MAC/s (multiply-adds per second of CPU time) and MAC/cycle, the same rate in
-// cycles of the nominal 2445 MHz clock that the host program's report measures. This processor's
-// AVX2 peak is 16 single-precision multiply-adds per cycle (two 8-lane FMA units); at a boosted
-// clock MAC/cycle overstates the per-cycle rate by the boost factor. CPU time, not wall time, is the
+// cycles of the nominal 2445 MHz clock that the host program's report measures. The peak is two
+// FMA units times the lanes per vector: 16 single-precision multiply-adds per cycle with AVX2, 32
+// with 512-bit AVX-512 units; at a boosted clock MAC/cycle overstates the per-cycle rate by the boost factor. CPU time, not wall time, is the
 // base, so that other processes sharing the cores do not count.
 #include <liquid/liquid.h>
 
