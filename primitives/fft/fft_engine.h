@@ -130,6 +130,32 @@ QP_INLINE void ChooseRadices(int order, int batch, int* bits, int& count) {
     }
 }
 
+// Column-form twiddles of one pass of radix R over sub-length n: per p < n / R, the R - 1 values
+// W_n^(k p), re and im.
+template <typename T>
+QP_INLINE T* ColumnTwiddles(std::int64_t n, int R, Arena& arena) {
+    const std::int64_t m = n / R;
+    T* tw = arena.Take<T>(m * (R - 1) * 2);
+    if (tw != nullptr) {
+        for (std::int64_t p = 0; p < m; ++p)
+            for (int k = 1; k < R; ++k) {
+                long double c, sn;
+                Twiddle(k * p, n, c, sn);
+                tw[(p * (R - 1) + (k - 1)) * 2] = static_cast<T>(c);
+                tw[(p * (R - 1) + (k - 1)) * 2 + 1] = static_cast<T>(sn);
+            }
+    }
+    return tw;
+}
+
+// Records pass i of a plan (none while only sizes are taken).
+QP_INLINE void SetPass(Plan* plan, int i, int R, std::int64_t s, const void* tw) {
+    if (plan == nullptr) return;
+    plan->pass[i].radix = R;
+    plan->pass[i].stride = static_cast<std::int32_t>(s);
+    plan->pass[i].tw = tw;
+}
+
 // Builds a plan and its twiddle tables. Column-form passes (s >= widest lanes) store, per p, the
 // R - 1 twiddles re, im; expanded passes store R - 1 blocks of N / R real parts then imaginary parts.
 template <typename T>
@@ -150,16 +176,7 @@ QP_INLINE void BuildPlan(Plan* plan, int order, int batch, Arena& arena) {
         const std::int64_t m = n / R;
         T* tw;
         if (s >= kMaxLanes<T>) {
-            tw = arena.Take<T>(m * (R - 1) * 2);
-            if (tw != nullptr) {
-                for (std::int64_t p = 0; p < m; ++p)
-                    for (int k = 1; k < R; ++k) {
-                        long double c, sn;
-                        Twiddle(k * p, n, c, sn);
-                        tw[(p * (R - 1) + (k - 1)) * 2] = static_cast<T>(c);
-                        tw[(p * (R - 1) + (k - 1)) * 2 + 1] = static_cast<T>(sn);
-                    }
-            }
+            tw = ColumnTwiddles<T>(n, R, arena);
         } else {
             const std::int64_t part = total / R;
             tw = arena.Take<T>(part * (R - 1) * 2);
@@ -178,11 +195,7 @@ QP_INLINE void BuildPlan(Plan* plan, int order, int batch, Arena& arena) {
                 }
             }
         }
-        if (plan != nullptr) {
-            plan->pass[i].radix = R;
-            plan->pass[i].stride = static_cast<std::int32_t>(s);
-            plan->pass[i].tw = tw;
-        }
+        SetPass(plan, i, R, s, tw);
         s *= R;
     }
 }

@@ -233,22 +233,7 @@ QP_INLINE void BuildColumnPlan(Plan* plan, int bits, int L, Arena& arena) {
     for (int i = 0; i < count; ++i) {
         const int rb = bits / count + (i < bits % count ? 1 : 0);
         const int R = 1 << rb;
-        const std::int64_t n = total / s, m = n / R;
-        T* tw = arena.Take<T>(m * (R - 1) * 2);
-        if (tw != nullptr) {
-            for (std::int64_t p = 0; p < m; ++p)
-                for (int k = 1; k < R; ++k) {
-                    long double c, sn;
-                    Twiddle(k * p, n, c, sn);
-                    tw[(p * (R - 1) + (k - 1)) * 2] = static_cast<T>(c);
-                    tw[(p * (R - 1) + (k - 1)) * 2 + 1] = static_cast<T>(sn);
-                }
-        }
-        if (plan != nullptr) {
-            plan->pass[i].radix = R;
-            plan->pass[i].stride = static_cast<std::int32_t>(s);
-            plan->pass[i].tw = tw;
-        }
+        SetPass(plan, i, R, s, ColumnTwiddles<T>(total / s, R, arena));
         s *= R;
     }
 }

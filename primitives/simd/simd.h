@@ -122,20 +122,13 @@ QP_INLINE Vec<double> MulAdd(Vec<double> a, Vec<double> b, Vec<double> c) { retu
 
 // The scalar counterparts, rounded like the vector form of the same build (AVX-512F has fused
 // multiply-add without defining __FMA__).
-QP_INLINE float MulAdd(float a, float b, float c) {
 #if defined(__FMA__) || defined(__AVX512F__)
-    return __builtin_fmaf(a, b, c);
+QP_INLINE float MulAdd(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
+QP_INLINE double MulAdd(double a, double b, double c) { return __builtin_fma(a, b, c); }
 #else
-    return a * b + c;
+QP_INLINE float MulAdd(float a, float b, float c) { return a * b + c; }
+QP_INLINE double MulAdd(double a, double b, double c) { return a * b + c; }
 #endif
-}
-QP_INLINE double MulAdd(double a, double b, double c) {
-#if defined(__FMA__) || defined(__AVX512F__)
-    return __builtin_fma(a, b, c);
-#else
-    return a * b + c;
-#endif
-}
 
 // Non-temporal store of one vector to a vector-aligned address.
 template <typename T>
