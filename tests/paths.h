@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "runtime/kernels.h"
@@ -21,6 +22,18 @@ constexpr int kWidePath = 7;
         &qp::path5::name, &qp::path6::name, &qp::pathw::name};
 #include "primitives.def"
 #undef QP_PRIMITIVE
+
+// The path table of the float or the double build of a primitive, for checks written once for
+// both types: QP_TYPED(add, p) in a template of T.
+template <typename T, typename F, typename D>
+auto Of(const F& f32, const D& f64, int p) {
+    if constexpr (std::is_same_v<T, float>) {
+        return f32[p];
+    } else {
+        return f64[p];
+    }
+}
+#define QP_TYPED(name, path) qptest::Of<T>(qptest::name##_f32_paths, qptest::name##_f64_paths, path)
 
 // True when the tests run under an emulated processor (the driver names the expected path): tests
 // with large inputs shrink them there, the emulation being tens of times slower.
