@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/utility/dsp.h"
 
 namespace {
@@ -32,28 +32,8 @@ T Sentinel() {
     return static_cast<T>(-777.25);
 }
 
-// n elements `offset` elements past a 64-byte boundary, then a sentinel tail.
 template <typename T>
-struct Arena {
-    Arena(std::int64_t n, int offset) : store(static_cast<std::size_t>(n + offset + kGuard + 16)), n(n) {
-        const auto base = (reinterpret_cast<std::uintptr_t>(store.data()) + 63) & ~std::uintptr_t{63};
-        p = reinterpret_cast<T*>(base) + offset;
-        std::fill(p, p + n + kGuard, Sentinel<T>());
-    }
-    bool TailIntact() const {
-        for (std::int64_t i = n; i < n + kGuard; ++i)
-            if (p[i] != Sentinel<T>()) return false;
-        return true;
-    }
-    bool Untouched() const {
-        for (std::int64_t i = 0; i < n + kGuard; ++i)
-            if (p[i] != Sentinel<T>()) return false;
-        return true;
-    }
-    std::vector<T> store;
-    T* p;
-    std::int64_t n;
-};
+using Arena = qptest::Buffer<T>;
 
 template <typename T>
 void Fill(T* p, std::int64_t n, std::mt19937& gen) {
@@ -73,14 +53,6 @@ class DspPaths : public testing::TestWithParam<int> {
 
 // --- dot product ----------------------------------------------------------------------------------
 
-template <typename T>
-Status Dot(int path, const T* a, const T* b, int n, T* r) {
-    if constexpr (sizeof(T) == 4)
-        return qptest::dotprod_f32_paths[path](a, b, n, r);
-    else
-        return qptest::dotprod_f64_paths[path](a, b, n, r);
-}
-
 // Float: within one rounding of the result plus the float runs' rounding (at most 20 products per
 // lane before the run is carried in double); double: the classic n eps sum |a b| bound.
 template <typename T>
@@ -91,21 +63,21 @@ void CheckDot(int path) {
         for (int off : kOffsets) {
             SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << off);
             Arena<T> a(n, off), b(n, (off + 2) % 4);
-            Fill(a.p, n, gen);
-            Fill(b.p, n, gen);
+            Fill(a.data, n, gen);
+            Fill(b.data, n, gen);
             long double ref = 0, mag = 0;
             for (int i = 0; i < n; ++i) {
-                ref += static_cast<long double>(a.p[i]) * b.p[i];
-                mag += std::fabs(static_cast<long double>(a.p[i]) * b.p[i]);
+                ref += static_cast<long double>(a.data[i]) * b.data[i];
+                mag += std::fabs(static_cast<long double>(a.data[i]) * b.data[i]);
             }
             T r = -1;
-            ASSERT_EQ(Dot<T>(path, a.p, b.p, n, &r), qp::qpStsNoErr);
+            ASSERT_EQ(QP_TYPED(dotprod, path)(a.data, b.data, n, &r), qp::qpStsNoErr);
             const double tol = sizeof(T) == 4 ? Eps<T>() * std::fabs(static_cast<double>(ref)) + 20 * Eps<T>() / 2 * static_cast<double>(mag)
                                               : n * Eps<T>() * static_cast<double>(mag);
             EXPECT_NEAR(static_cast<double>(r), static_cast<double>(ref), tol);
             // The operands commute.
             T s = -1;
-            ASSERT_EQ(Dot<T>(path, b.p, a.p, n, &s), qp::qpStsNoErr);
+            ASSERT_EQ(QP_TYPED(dotprod, path)(b.data, a.data, n, &s), qp::qpStsNoErr);
             EXPECT_NEAR(static_cast<double>(s), static_cast<double>(ref), tol);
         }
     }
@@ -153,14 +125,6 @@ TEST_P(DspPaths, DotProductRefusalsWriteNothing) {
 }
 
 // --- convolution ----------------------------------------------------------------------------------
-
-template <typename T>
-Status Conv(int path, const T* s1, int n1, const T* s2, int n2, T* d, int alg, unsigned char* w) {
-    if constexpr (sizeof(T) == 4)
-        return qptest::conv_f32_paths[path](s1, n1, s2, n2, d, alg, w);
-    else
-        return qptest::conv_f64_paths[path](s1, n1, s2, n2, d, alg, w);
-}
 
 // Work buffer of exactly the queried size, as the exports hand it over: bytes for float, that many
 // float-sized elements as doubles (twice the bytes) for double; NaN-filled, with a guard behind it.
@@ -231,23 +195,23 @@ void CheckConvolution(int path) {
         std::vector<long double> ref, mag;
         const int off = (c.n1 + c.n2) % 4;
         Arena<T> a(c.n1, off), b(c.n2, (off + 1) % 4);
-        Fill(a.p, c.n1, gen);
-        Fill(b.p, c.n2, gen);
-        Reference(a.p, c.n1, b.p, c.n2, ref, mag);
+        Fill(a.data, c.n1, gen);
+        Fill(b.data, c.n2, gen);
+        Reference(a.data, c.n1, b.data, c.n2, ref, mag);
         const int out = c.n1 + c.n2 - 1;
         for (int alg : {kDirect, kTransform, kAuto}) {
             SCOPED_TRACE(testing::Message() << c.n1 << " x " << c.n2 << " algorithm " << alg);
             Arena<T> d(out, (off + 3) % 4);
             Work<T> w(path, c.n1, c.n2, alg, 4 * off);
-            ASSERT_EQ(Conv<T>(path, a.p, c.n1, b.p, c.n2, d.p, alg, w.p), qp::qpStsNoErr);
+            ASSERT_EQ(QP_TYPED(conv, path)(a.data, c.n1, b.data, c.n2, d.data, alg, w.p), qp::qpStsNoErr);
             EXPECT_TRUE(d.TailIntact());
             EXPECT_TRUE(w.GuardIntact());
             if (alg == kAuto) continue;  // compared with the two methods below
-            EXPECT_TRUE(Close(d.p, ref, mag, std::min(c.n1, c.n2), alg == kTransform));
+            EXPECT_TRUE(Close(d.data, ref, mag, std::min(c.n1, c.n2), alg == kTransform));
             // Operands swapped: the same result within the same bound.
             Arena<T> e(out, 0);
-            ASSERT_EQ(Conv<T>(path, b.p, c.n2, a.p, c.n1, e.p, alg, w.p), qp::qpStsNoErr);
-            EXPECT_TRUE(Close(e.p, ref, mag, std::min(c.n1, c.n2), alg == kTransform));
+            ASSERT_EQ(QP_TYPED(conv, path)(b.data, c.n2, a.data, c.n1, e.data, alg, w.p), qp::qpStsNoErr);
+            EXPECT_TRUE(Close(e.data, ref, mag, std::min(c.n1, c.n2), alg == kTransform));
         }
     }
 }
@@ -276,9 +240,10 @@ void CheckCrossover(int path) {
         const int out = s.n1 + s.n2 - 1;
         Arena<T> viaAuto(out, 1), viaMethod(out, 0);
         Work<T> wa(path, s.n1, s.n2, kAuto, 8), wm(path, s.n1, s.n2, s.method);
-        ASSERT_EQ(Conv<T>(path, a.data(), s.n1, b.data(), s.n2, viaAuto.p, kAuto, wa.p), qp::qpStsNoErr);
-        ASSERT_EQ(Conv<T>(path, a.data(), s.n1, b.data(), s.n2, viaMethod.p, s.method, wm.p), qp::qpStsNoErr);
-        EXPECT_EQ(std::memcmp(viaAuto.p, viaMethod.p, sizeof(T) * out), 0);
+        const auto conv = QP_TYPED(conv, path);
+        ASSERT_EQ(conv(a.data(), s.n1, b.data(), s.n2, viaAuto.data, kAuto, wa.p), qp::qpStsNoErr);
+        ASSERT_EQ(conv(a.data(), s.n1, b.data(), s.n2, viaMethod.data, s.method, wm.p), qp::qpStsNoErr);
+        EXPECT_EQ(std::memcmp(viaAuto.data, viaMethod.data, sizeof(T) * out), 0);
         EXPECT_TRUE(wa.GuardIntact() && wm.GuardIntact());
     }
 }
@@ -300,7 +265,7 @@ void CheckSpecReuse(int path) {
     Fill(a2.data(), n1, gen);
     const auto run = [&](const std::vector<T>& x, int m, Work<T>& w, std::vector<T>& d) {
         d.assign(out, Sentinel<T>());
-        ASSERT_EQ(Conv<T>(path, x.data(), n1, b.data(), m, d.data(), kTransform, w.p), qp::qpStsNoErr);
+        ASSERT_EQ(QP_TYPED(conv, path)(x.data(), n1, b.data(), m, d.data(), kTransform, w.p), qp::qpStsNoErr);
     };
     const auto freshRun = [&](const std::vector<T>& x, int m) {
         Work<T> w(path, n1, m, kTransform);
@@ -326,7 +291,7 @@ void CheckSpecReuse(int path) {
     EXPECT_TRUE(same());
     freshRun(a2, 40);  // a smaller transform in the same buffer, then the first sizes again
     got.assign(out, 0);
-    ASSERT_EQ(Conv<T>(path, a2.data(), n1, b.data(), 40, got.data(), kTransform, moved.p), qp::qpStsNoErr);
+    ASSERT_EQ(QP_TYPED(conv, path)(a2.data(), n1, b.data(), 40, got.data(), kTransform, moved.p), qp::qpStsNoErr);
     EXPECT_EQ(std::memcmp(fresh.data(), got.data(), sizeof(T) * (n1 + 39)), 0);
     freshRun(a2, n2);
     run(a2, n2, moved, got);
@@ -357,17 +322,17 @@ TEST_P(DspPaths, ConvolutionRefusalsWriteNothing) {
         unsigned char* work;
         Status want;
     } cases[] = {
-        {nullptr, 4, a, 4, d.p, 0, w.p, qp::qpStsNullPtrErr}, {a, 4, nullptr, 4, d.p, 0, w.p, qp::qpStsNullPtrErr},
-        {a, 4, a, 4, nullptr, 0, w.p, qp::qpStsNullPtrErr},   {a, 4, a, 4, d.p, 0, nullptr, qp::qpStsNullPtrErr},
-        {a, 0, a, 4, d.p, 0, w.p, qp::qpStsSizeErr},          {a, 4, a, -2, d.p, 0, w.p, qp::qpStsSizeErr},
-        {a, big, a, 4, d.p, 0, w.p, qp::qpStsSizeErr},        {a, 4, a, 4, d.p, 3, w.p, qp::qpStsAlgTypeErr},
-        {a, 4, a, 4, d.p, -1, w.p, qp::qpStsAlgTypeErr},
+        {nullptr, 4, a, 4, d.data, 0, w.p, qp::qpStsNullPtrErr}, {a, 4, nullptr, 4, d.data, 0, w.p, qp::qpStsNullPtrErr},
+        {a, 4, a, 4, nullptr, 0, w.p, qp::qpStsNullPtrErr},   {a, 4, a, 4, d.data, 0, nullptr, qp::qpStsNullPtrErr},
+        {a, 0, a, 4, d.data, 0, w.p, qp::qpStsSizeErr},          {a, 4, a, -2, d.data, 0, w.p, qp::qpStsSizeErr},
+        {a, big, a, 4, d.data, 0, w.p, qp::qpStsSizeErr},        {a, 4, a, 4, d.data, 3, w.p, qp::qpStsAlgTypeErr},
+        {a, 4, a, 4, d.data, -1, w.p, qp::qpStsAlgTypeErr},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(qptest::conv_f32_paths[p](c.s1, c.n1, c.s2, c.n2, c.dst, c.alg, c.work), c.want);
         const double* s1 = c.s1 ? ad : nullptr;
         const double* s2 = c.s2 ? ad : nullptr;
-        EXPECT_EQ(qptest::conv_f64_paths[p](s1, c.n1, s2, c.n2, c.dst ? dd.p : nullptr, c.alg, c.work), c.want);
+        EXPECT_EQ(qptest::conv_f64_paths[p](s1, c.n1, s2, c.n2, c.dst ? dd.data : nullptr, c.alg, c.work), c.want);
     }
     EXPECT_TRUE(d.Untouched());
     EXPECT_TRUE(dd.Untouched());
@@ -404,83 +369,45 @@ TEST(DspConvolution, WorkBufferSizeIsTheSameOnEveryPath) {
 
 // --- resampling -----------------------------------------------------------------------------------
 
-using ResampleF = Status (*)(const float*, int, float*, int*, int, int*);
-using ResampleD = Status (*)(const double*, int, double*, int*, int, int*);
-
-template <typename T>
-Status Up(int path, const T* s, int n, T* d, int* len, int f, int* ph) {
-    if constexpr (sizeof(T) == 4)
-        return qptest::upsample_f32_paths[path](s, n, d, len, f, ph);
-    else
-        return qptest::upsample_f64_paths[path](s, n, d, len, f, ph);
-}
-template <typename T>
-Status Down(int path, const T* s, int n, T* d, int* len, int f, int* ph) {
-    if constexpr (sizeof(T) == 4)
-        return qptest::downsample_f32_paths[path](s, n, d, len, f, ph);
-    else
-        return qptest::downsample_f64_paths[path](s, n, d, len, f, ph);
-}
-
 constexpr int kFactors[] = {1, 2, 3, 4, 7};
 constexpr int kResampleLengths[] = {1, 3, 7, 8, 15, 16, 17, 31, 33, 1000, 4096, 4097, 4099, 9001};
 
-// Factor 1 (copy), 2 and the long blocked case all follow the one rule.
+// Up-sampling puts input k at phase + k * factor between zeros and keeps the phase; down-sampling
+// keeps the inputs at phase + i * factor and returns the phase of the next block. Factor 1 (a
+// copy), 2 and the long blocked case all follow the one rule.
 template <typename T>
-void CheckUpSample(int path) {
+void CheckResample(int path) {
     std::mt19937 gen(9);
     for (int n : kResampleLengths) {
         for (int f : kFactors) {
             for (int ph = 0; ph < f; ++ph) {
                 SCOPED_TRACE(testing::Message() << "n=" << n << " factor=" << f << " phase=" << ph);
-                const int off = (n + ph) % 4;
-                Arena<T> s(n, off), d(static_cast<std::int64_t>(n) * f, (off + 1) % 4);
-                Fill(s.p, n, gen);
+                const int off = (n + ph) % 4, kept = ph < n ? (n - ph + f - 1) / f : 0;
+                Arena<T> s(n, off), up(n * f, (off + 1) % 4), down(kept, (off + 3) % 4);
+                Fill(s.data, n, gen);
                 int len = -1, phase = ph;
-                ASSERT_EQ(Up<T>(path, s.p, n, d.p, &len, f, &phase), qp::qpStsNoErr);
+                ASSERT_EQ(QP_TYPED(upsample, path)(s.data, n, up.data, &len, f, &phase), qp::qpStsNoErr);
                 EXPECT_EQ(len, n * f);
                 EXPECT_EQ(phase, ph);
-                EXPECT_TRUE(d.TailIntact());
+                EXPECT_TRUE(up.TailIntact());
                 for (int k = 0; k < n * f; ++k) {
-                    const T want = k % f == ph ? s.p[k / f] : T(0);
-                    ASSERT_TRUE(d.p[k] == want && !std::signbit(d.p[k]) == !std::signbit(want)) << "k=" << k;
+                    const T want = k % f == ph ? s.data[k / f] : T(0);
+                    ASSERT_TRUE(up.data[k] == want && !std::signbit(up.data[k]) == !std::signbit(want)) << "k=" << k;
                 }
-            }
-        }
-    }
-}
-
-TEST_P(DspPaths, UpSampleFollowsTheRuleOnEveryFactorAndLength) {
-    CheckUpSample<float>(P());
-    CheckUpSample<double>(P());
-}
-
-template <typename T>
-void CheckDownSample(int path) {
-    std::mt19937 gen(13);
-    for (int n : kResampleLengths) {
-        for (int f : kFactors) {
-            for (int ph = 0; ph < f; ++ph) {
-                SCOPED_TRACE(testing::Message() << "n=" << n << " factor=" << f << " phase=" << ph);
-                const int off = (n + f) % 4;
-                const int want = ph < n ? (n - ph + f - 1) / f : 0;
-                Arena<T> s(n, off), d(want, (off + 3) % 4);
-                Fill(s.p, n, gen);
-                int len = -1, phase = ph;
-                ASSERT_EQ(Down<T>(path, s.p, n, d.p, &len, f, &phase), qp::qpStsNoErr);
-                EXPECT_EQ(len, want);
-                EXPECT_EQ(phase, ph + want * f - n);
+                ASSERT_EQ(QP_TYPED(downsample, path)(s.data, n, down.data, &len, f, &phase), qp::qpStsNoErr);
+                EXPECT_EQ(len, kept);
+                EXPECT_EQ(phase, ph + kept * f - n);
                 EXPECT_TRUE(phase >= 0 && phase < f);
-                EXPECT_TRUE(d.TailIntact());
-                for (int i = 0; i < want; ++i) ASSERT_EQ(d.p[i], s.p[ph + i * f]) << "i=" << i;
+                EXPECT_TRUE(down.TailIntact());
+                for (int i = 0; i < kept; ++i) ASSERT_EQ(down.data[i], s.data[ph + i * f]) << "i=" << i;
             }
         }
     }
 }
 
-TEST_P(DspPaths, DownSampleFollowsTheRuleOnEveryFactorAndLength) {
-    CheckDownSample<float>(P());
-    CheckDownSample<double>(P());
+TEST_P(DspPaths, UpAndDownSampleFollowTheRuleOnEveryFactorAndLength) {
+    CheckResample<float>(P());
+    CheckResample<double>(P());
 }
 
 // A stream cut into blocks of random lengths (many shorter than the factor) decimates exactly as
@@ -550,13 +477,13 @@ TEST_P(DspPaths, ResampleRefusalsLeaveOutputsAndPhase) {
             int* pp = c.phase ? &phase : nullptr;
             Status st;
             if (kind == 0)
-                st = qptest::upsample_f32_paths[p](c.src ? s : nullptr, c.n, c.dst ? d.p : nullptr, lp, c.factor, pp);
+                st = qptest::upsample_f32_paths[p](c.src ? s : nullptr, c.n, c.dst ? d.data : nullptr, lp, c.factor, pp);
             else if (kind == 1)
-                st = qptest::downsample_f32_paths[p](c.src ? s : nullptr, c.n, c.dst ? d.p : nullptr, lp, c.factor, pp);
+                st = qptest::downsample_f32_paths[p](c.src ? s : nullptr, c.n, c.dst ? d.data : nullptr, lp, c.factor, pp);
             else if (kind == 2)
-                st = qptest::upsample_f64_paths[p](c.src ? sd : nullptr, c.n, c.dst ? dd.p : nullptr, lp, c.factor, pp);
+                st = qptest::upsample_f64_paths[p](c.src ? sd : nullptr, c.n, c.dst ? dd.data : nullptr, lp, c.factor, pp);
             else
-                st = qptest::downsample_f64_paths[p](c.src ? sd : nullptr, c.n, c.dst ? dd.p : nullptr, lp, c.factor, pp);
+                st = qptest::downsample_f64_paths[p](c.src ? sd : nullptr, c.n, c.dst ? dd.data : nullptr, lp, c.factor, pp);
             EXPECT_EQ(st, c.want) << "kind " << kind;
             EXPECT_EQ(len, 77);
             EXPECT_EQ(phase, c.ph);
@@ -564,7 +491,7 @@ TEST_P(DspPaths, ResampleRefusalsLeaveOutputsAndPhase) {
     }
     // An output too long to count.
     int len = 77, phase = 0;
-    EXPECT_EQ(qptest::upsample_f32_paths[p](s, 1 << 20, d.p, &len, 1 << 12, &phase), qp::qpStsSizeErr);
+    EXPECT_EQ(qptest::upsample_f32_paths[p](s, 1 << 20, d.data, &len, 1 << 12, &phase), qp::qpStsSizeErr);
     EXPECT_EQ(len, 77);
     EXPECT_TRUE(d.Untouched());
     EXPECT_TRUE(dd.Untouched());

@@ -64,35 +64,20 @@ void ExpectClose(const T* got, const std::vector<LD>& want) {
     }
 }
 
-template <typename T>
-struct Prims;
-template <>
-struct Prims<float> {
-    static auto Size(int p) { return qptest::mrf_size_f32_paths[p]; }
-    static auto Init(int p) { return qptest::mrf_init_f32_paths[p]; }
-    static auto Filter(int p) { return qptest::mrf_f32_paths[p]; }
-};
-template <>
-struct Prims<double> {
-    static auto Size(int p) { return qptest::mrf_size_f64_paths[p]; }
-    static auto Init(int p) { return qptest::mrf_init_f64_paths[p]; }
-    static auto Filter(int p) { return qptest::mrf_f64_paths[p]; }
-};
-
 // A specification and work buffer of one code path, placed off any 64-byte boundary.
 template <typename T>
 struct PrimFilter {
     PrimFilter(int path, const std::vector<T>& taps, int up, int upPhase, int down, int downPhase) : path(path) {
         int specSize = 0, bufSize = 0;
-        EXPECT_EQ(Prims<T>::Size(path)(static_cast<int>(taps.size()), up, down, &specSize, &bufSize), qp::qpStsNoErr);
+        const int n = static_cast<int>(taps.size());
+        EXPECT_EQ(QP_TYPED(mrf_size, path)(n, up, down, &specSize, &bufSize), qp::qpStsNoErr);
         spec.assign(static_cast<std::size_t>(specSize) + 4, 0);
         buf.assign(static_cast<std::size_t>(bufSize) + 8, 0xEE);
-        EXPECT_EQ(Prims<T>::Init(path)(taps.data(), static_cast<int>(taps.size()), up, upPhase, down, downPhase,
-                                       spec.data() + 4),
-                  qp::qpStsNoErr);
+        const auto init = QP_TYPED(mrf_init, path);
+        EXPECT_EQ(init(taps.data(), n, up, upPhase, down, downPhase, spec.data() + 4), qp::qpStsNoErr);
     }
     qp::Status Run(const T* src, T* dst, int iters, const T* dlySrc, T* dlyDst) {
-        return Prims<T>::Filter(path)(src, dst, iters, spec.data() + 4, dlySrc, dlyDst, buf.data() + 8);
+        return QP_TYPED(mrf, path)(src, dst, iters, spec.data() + 4, dlySrc, dlyDst, buf.data() + 8);
     }
     int path;
     std::vector<unsigned char> spec, buf;
@@ -201,8 +186,8 @@ TEST_P(MRFPaths, InputsOutsideABranchDoNotLeakIn) {
 
 template <typename T>
 void CheckRefusals(int path) {
-    const auto size = Prims<T>::Size(path);
-    const auto init = Prims<T>::Init(path);
+    const auto size = QP_TYPED(mrf_size, path);
+    const auto init = QP_TYPED(mrf_init, path);
     int s1 = -1, s2 = -1;
     struct SizeCase {
         int taps, up, down;
@@ -246,7 +231,7 @@ void CheckRefusals(int path) {
     std::vector<unsigned char> buf(4096);
     const T x[6] = {1, 2, 3, 4, 5, 6};
     T dst[4] = {7, 7, 7, 7}, dly[5] = {1, 2, 3, 4, 5};
-    const auto filter = Prims<T>::Filter(path);
+    const auto filter = QP_TYPED(mrf, path);
     const unsigned char* sp = flt.spec.data() + 4;
     EXPECT_EQ(filter(nullptr, dst, 2, sp, dly, dly, buf.data()), qp::qpStsNullPtrErr);
     EXPECT_EQ(filter(x, nullptr, 2, sp, dly, dly, buf.data()), qp::qpStsNullPtrErr);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -37,6 +38,11 @@ struct Buffer {
         return true;
     }
     bool TailIntact() const { return GuardsIntact(); }
+    // Nothing written anywhere: the range still holds the fill pattern.
+    bool Untouched() const {
+        const auto* p = reinterpret_cast<const unsigned char*>(data);
+        return GuardsIntact() && std::all_of(p, p + bytes, [](unsigned char b) { return b == kFill; });
+    }
     std::size_t bytes;
     std::vector<unsigned char> storage;
     T* data;
