@@ -67,87 +67,85 @@ protected:
     int path() const { return GetParam(); }
 };
 
-template <typename T>
-void CheckMagnitudeSplit(qp::Status (*kernel)(const T*, const T*, T*, int), double maxUlp) {
-    qptest::ForLayouts(kLengths, [&](int n, int offset) {
-            Buffer<T> re(n, offset), im(n, (offset + 1) % 4), d(n, (offset + 2) % 4);
-            FillComponents(re.data, n, 1u + n);
-            FillComponents(im.data, n, 2u + n);
-            ASSERT_EQ(kernel(re.data, im.data, d.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) {
-                ASSERT_LE(UlpError(d.data[i], RefHypot(re.data[i], im.data[i])), maxUlp)
-                    << "i=" << i << " re=" << re.data[i] << " im=" << im.data[i] << " got " << d.data[i];
-            }
-            EXPECT_TRUE(d.TailIntact());
-            // Destination equal to either source: the same bits as into a separate array.
-            const std::vector<T> expect(d.data, d.data + n), re0(re.data, re.data + n);
-            ASSERT_EQ(kernel(re.data, im.data, re.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(re.data, expect.data(), sizeof(T) * n), 0);
-            ASSERT_EQ(kernel(re0.data(), im.data, im.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(im.data, expect.data(), sizeof(T) * n), 0);
-    });
-}
-
-TEST_P(ComplexPaths, MagnitudeSplitMatchesHypot) {
-    CheckMagnitudeSplit<float>(qptest::magnitude_f32_paths[path()], 1.5);
-    CheckMagnitudeSplit<double>(qptest::magnitude_f64_paths[path()], 1.5);
-}
-
-using InterleavedKernel = qp::Status (*)(const float*, float*, int);
-
-// A kernel from len interleaved complex values to len floats, against a reference.
-void CheckFromInterleaved(InterleavedKernel kernel, long double (*ref)(float, float), double maxUlp) {
-    qptest::ForLayouts(kLengths, [&](int n, int offset) {
-            Buffer<float> s(2 * n, offset), d(n, (offset + 1) % 4);
-            FillComponents(s.data, 2 * n, 3u + n);
-            ASSERT_EQ(kernel(s.data, d.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) {
-                const float re = s.data[2 * i], im = s.data[2 * i + 1];
-                ASSERT_LE(UlpError(d.data[i], ref(re, im)), maxUlp)
-                    << "i=" << i << " re=" << re << " im=" << im << " got " << d.data[i];
-            }
-            EXPECT_TRUE(d.TailIntact());
-            const std::vector<float> expect(d.data, d.data + n);
-            ASSERT_EQ(kernel(s.data, s.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(s.data, expect.data(), sizeof(float) * n), 0);
-    });
-}
-
 long double RefPower(float re, float im) {
     return static_cast<long double>(re) * re + static_cast<long double>(im) * im;
 }
-
-TEST_P(ComplexPaths, InterleavedMagnitudeMatchesHypot) {
-    CheckFromInterleaved(qptest::magnitude_c32_paths[path()], &RefHypot<float>, 1.5);
+long double RefPhase(float re, float im) {
+    return std::atan2(static_cast<long double>(im), static_cast<long double>(re));
 }
 
-TEST_P(ComplexPaths, PowerSpectrumSumsSquares) {
-    CheckFromInterleaved(qptest::power_spectrum_c32_paths[path()], &RefPower, 1.5);
-}
+// A kernel from complex values (split into real and imaginary arrays, or interleaved in the first)
+// to one or two real outputs, each within an ulp bound of a long double reference.
+template <typename T>
+struct ToRealCase {
+    const char* name;
+    bool interleaved;
+    std::function<qp::Status(const T* a, const T* b, T* d1, T* d2, int n)> run;
+    long double (*ref1)(T, T);
+    long double (*ref2)(T, T);  // null: one output
+    double maxUlp1, maxUlp2;
+};
 
-TEST_P(ComplexPaths, CartToPolarGivesMagnitudeAndPhase) {
-    const auto kernel = qptest::cart_to_polar_c32_paths[path()];
+template <typename T>
+void CheckToReal(const ToRealCase<T>& c) {
+    SCOPED_TRACE(c.name);
     qptest::ForLayouts(kLengths, [&](int n, int offset) {
-            Buffer<float> s(2 * n, offset), m(n, (offset + 1) % 4), p(n, (offset + 2) % 4);
-            FillComponents(s.data, 2 * n, 4u + n);
-            ASSERT_EQ(kernel(s.data, m.data, p.data, n), qp::qpStsNoErr);
-            for (int i = 0; i < n; ++i) {
-                const float re = s.data[2 * i], im = s.data[2 * i + 1];
-                ASSERT_LE(UlpError(m.data[i], RefHypot(re, im)), 1.5) << "i=" << i;
-                ASSERT_LE(UlpError(p.data[i], std::atan2(static_cast<long double>(im), static_cast<long double>(re))),
-                          2.0)
-                    << "i=" << i << " re=" << re << " im=" << im;
+        Buffer<T> a(c.interleaved ? 2 * n : n, offset), b(n, (offset + 1) % 4);
+        Buffer<T> d1(n, (offset + 2) % 4), d2(n, (offset + 3) % 4);
+        FillComponents(a.data, c.interleaved ? 2 * n : n, 1u + n);
+        FillComponents(b.data, n, 2u + n);
+        const auto re = [&](int i) { return c.interleaved ? a.data[2 * i] : a.data[i]; };
+        const auto im = [&](int i) { return c.interleaved ? a.data[2 * i + 1] : b.data[i]; };
+        ASSERT_EQ(c.run(a.data, b.data, d1.data, d2.data, n), qp::qpStsNoErr);
+        for (int i = 0; i < n; ++i) {
+            ASSERT_LE(UlpError(d1.data[i], c.ref1(re(i), im(i))), c.maxUlp1)
+                << "i=" << i << " re=" << re(i) << " im=" << im(i) << " got " << d1.data[i];
+            if (c.ref2) {
+                ASSERT_LE(UlpError(d2.data[i], c.ref2(re(i), im(i))), c.maxUlp2) << "i=" << i;
             }
-            EXPECT_TRUE(m.TailIntact());
-            EXPECT_TRUE(p.TailIntact());
-            // Either output may be the source array.
-            const std::vector<float> src(s.data, s.data + 2 * n), mag(m.data, m.data + n), ph(p.data, p.data + n);
-            ASSERT_EQ(kernel(s.data, s.data, p.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(s.data, mag.data(), sizeof(float) * n), 0);
-            std::memcpy(s.data, src.data(), sizeof(float) * 2 * n);
-            ASSERT_EQ(kernel(s.data, m.data, s.data, n), qp::qpStsNoErr);
-            EXPECT_EQ(std::memcmp(s.data, ph.data(), sizeof(float) * n), 0);
+        }
+        EXPECT_TRUE(d1.TailIntact());
+        EXPECT_TRUE(d2.TailIntact());
+        // Each output onto each source array: the same bits as into a separate array.
+        const std::vector<T> a0(a.data, a.data + a.bytes / sizeof(T)), b0(b.data, b.data + n);
+        const std::vector<T> o1(d1.data, d1.data + n), o2(d2.data, d2.data + n);
+        for (T* alias : {a.data, b.data}) {
+            for (int out = 0; out < (c.ref2 ? 2 : 1); ++out) {
+                if (c.interleaved && alias == b.data) continue;
+                std::memcpy(a.data, a0.data(), a.bytes);
+                std::memcpy(b.data, b0.data(), b.bytes);
+                ASSERT_EQ(c.run(a.data, b.data, out == 0 ? alias : d1.data, out == 1 ? alias : d2.data, n),
+                          qp::qpStsNoErr);
+                EXPECT_EQ(std::memcmp(alias, (out == 0 ? o1 : o2).data(), sizeof(T) * n), 0) << "output " << out;
+            }
+        }
     });
+}
+
+TEST_P(ComplexPaths, MagnitudePowerAndPolarMatchTheReference) {
+    const int p = path();
+    const auto split32 = qptest::magnitude_f32_paths[p];
+    const auto split64 = qptest::magnitude_f64_paths[p];
+    const auto inter = qptest::magnitude_c32_paths[p];
+    const auto power = qptest::power_spectrum_c32_paths[p];
+    const auto polar = qptest::cart_to_polar_c32_paths[p];
+    using F = const float*;
+    const ToRealCase<float> cases[] = {
+        {"magnitude split", false, [=](F a, F b, float* d, float*, int n) { return split32(a, b, d, n); },
+         &RefHypot<float>, nullptr, 1.5, 0},
+        {"magnitude interleaved", true, [=](F a, F, float* d, float*, int n) { return inter(a, d, n); },
+         &RefHypot<float>, nullptr, 1.5, 0},
+        {"power spectrum", true, [=](F a, F, float* d, float*, int n) { return power(a, d, n); }, &RefPower,
+         nullptr, 1.5, 0},
+        {"cart to polar", true, [=](F a, F, float* m, float* ph, int n) { return polar(a, m, ph, n); },
+         &RefHypot<float>, &RefPhase, 1.5, 2.0},
+    };
+    for (const auto& c : cases) CheckToReal(c);
+    CheckToReal<double>({"magnitude split double", false,
+                         [=](const double* a, const double* b, double* d, double*, int n) {
+                             return split64(a, b, d, n);
+                         },
+                         &RefHypot<double>, nullptr, 1.5, 0});
 }
 
 TEST_P(ComplexPaths, PolarToCartGivesCosineAndSine) {

@@ -207,21 +207,6 @@ TEST(FirState, InitFailuresLeaveTheHandleNull) {
     qf::FIRFree(nullptr);
 }
 
-TEST(FirState, RecordHoldsAlignedBuffers) {
-    const Floats hist = Random(8, 2);
-    State s = Make(Random(9, 1), hist.data());
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->tapsLen, 9u);
-    EXPECT_EQ(s->dlyLen, 8u);
-    for (const void* p : {static_cast<const void*>(s->spec), static_cast<const void*>(s->dlyLine),
-                          static_cast<const void*>(s->workBuffer), static_cast<const void*>(s->sampleSlot)}) {
-        ASSERT_NE(p, nullptr);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
-    }
-    EXPECT_EQ(Floats(s->dlyLine, s->dlyLine + 8), hist);
-    EXPECT_EQ(Floats(s->sampleSlot, s->sampleSlot + 5), Floats(5, 0.0f));
-}
-
 // Blocks of varying size give, bit for bit, the output of one long block (which matches the
 // reference) and of in-place filtering; after every block the delay line holds the last inputs,
 // oldest first. The single-sample form equals the block form's first output and moves nothing.

@@ -23,7 +23,7 @@ void Touch(void* p, std::size_t bytes) {
     EXPECT_EQ(static_cast<unsigned char*>(p)[bytes - 1], 0xA5);
 }
 
-TEST(MemoryAligned, SmallSizes) {
+TEST(MemoryAligned, SmallSizesAndElementCounts) {
     for (const std::int32_t bytes : {1, 7, 8, 63, 64, 65, 127, 1000, 4099}) {
         void* p = qp::AlignedMalloc(bytes);
         ASSERT_NE(p, nullptr) << bytes;
@@ -32,26 +32,21 @@ TEST(MemoryAligned, SmallSizes) {
         qp::AlignedFree(p);
     }
     qp::AlignedFree(nullptr);
+    for (const std::int32_t count : {1, 3, 17, 100}) {
+        void* p[4] = {qp::AllocElements8(count), qp::AllocElements16(count), qp::AllocElements32(count),
+                      qp::AllocElements64(count)};
+        for (int i = 0; i < 4; ++i) {
+            ASSERT_NE(p[i], nullptr) << count << " of " << (1 << i) << " bytes";
+            EXPECT_TRUE(Aligned64(p[i]));
+            Touch(p[i], (std::size_t{1} << i) * static_cast<std::size_t>(count));
+            qp::AlignedFree(p[i]);
+        }
+    }
 }
 
 TEST(MemoryAligned, RejectedSizes) {
     for (const std::int32_t bytes : {0, -1, -64, std::numeric_limits<std::int32_t>::min(), kMax, kMax - 71})
         EXPECT_EQ(qp::AlignedMalloc(bytes), nullptr) << bytes;
-}
-
-TEST(MemoryElements, TypedAllocations) {
-    for (const std::int32_t count : {1, 3, 17, 100}) {
-        SCOPED_TRACE(count);
-        void* p[4] = {qp::AllocElements8(count), qp::AllocElements16(count), qp::AllocElements32(count),
-                      qp::AllocElements64(count)};
-        const std::size_t size[4] = {1, 2, 4, 8};
-        for (int i = 0; i < 4; ++i) {
-            ASSERT_NE(p[i], nullptr) << size[i];
-            EXPECT_TRUE(Aligned64(p[i]));
-            Touch(p[i], size[i] * static_cast<std::size_t>(count));
-        }
-        for (void* q : p) qp::AlignedFree(q);
-    }
 }
 
 TEST(MemoryElements, RejectedCounts) {
@@ -72,18 +67,10 @@ TEST(MemoryElements, RejectedCounts) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.count);
         // Only the rejections are tried: the accepted ones would allocate up to 1 GiB.
-        if (c.e8) {
-            EXPECT_EQ(qp::AllocElements8(c.count), nullptr);
-        }
-        if (c.e16) {
-            EXPECT_EQ(qp::AllocElements16(c.count), nullptr);
-        }
-        if (c.e32) {
-            EXPECT_EQ(qp::AllocElements32(c.count), nullptr);
-        }
-        if (c.e64) {
-            EXPECT_EQ(qp::AllocElements64(c.count), nullptr);
-        }
+        if (c.e8) { EXPECT_EQ(qp::AllocElements8(c.count), nullptr); }
+        if (c.e16) { EXPECT_EQ(qp::AllocElements16(c.count), nullptr); }
+        if (c.e32) { EXPECT_EQ(qp::AllocElements32(c.count), nullptr); }
+        if (c.e64) { EXPECT_EQ(qp::AllocElements64(c.count), nullptr); }
     }
 }
 
