@@ -670,6 +670,7 @@ TEST(DataExports, RefusedCountsWriteNothing) {
         qu::Convert(len, f, dg);
         qu::Convert(len, g, df);
     }
+    qu::Copy(2, static_cast<const float*>(nullptr), df);
     qu::Convert(2, static_cast<const float*>(nullptr), ds, 0, true);
     qu::SwapBytes(2, static_cast<const unsigned short*>(nullptr), h);
     EXPECT_TRUE(before.Unchanged());
