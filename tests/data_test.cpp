@@ -178,32 +178,40 @@ TEST_P(DataPaths, RefusalsWriteNothing) {
     const double g[2] = {1.5, 2.5};
     const short s16[2] = {1, 2};
     const int s32[2] = {1, 2};
-    for (int len : qptest::kBadLengths) {
-        EXPECT_EQ(qptest::copy_8u_paths[p](b, db, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::move_f64_paths[p](g, dD, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::set_32s_paths[p](5, d32, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::zero_f32_paths[p](dF, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::swap_bytes_16u_paths[p](reinterpret_cast<unsigned short*>(b),
-                                                  reinterpret_cast<unsigned short*>(db), len),
-                  qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_8u_f32_paths[p](b, dF, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_16s_f64_sfs_paths[p](s16, 0, dD, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_32s_f32_sfs_paths[p](s32, 200, dF, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_f32_f64_paths[p](f, dD, len), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_f32_16s_sfs_paths[p](f, d16, len, 1, 0), qp::qpStsSizeErr);
-        EXPECT_EQ(qptest::convert_f64_32s_sfs_paths[p](g, d32, len, 0, 0), qp::qpStsSizeErr);
+    const auto* hs = reinterpret_cast<const unsigned short*>(b);
+    const auto* qs = reinterpret_cast<const unsigned long long*>(b);
+    auto* h = reinterpret_cast<unsigned short*>(db);
+    auto* q = reinterpret_cast<unsigned long long*>(db);
+    // call(z, n) passes its pointer number z (0 = first) as nullptr; each row says how many it has.
+    const auto at = [](auto* ptr, int z, int k) { return z == k ? nullptr : ptr; };
+    const std::vector<std::pair<int, std::function<qp::Status(int, int)>>> calls = {
+        {2, [&](int z, int n) { return qptest::copy_8u_paths[p](at(b, z, 0), at(db, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::copy_16s_paths[p](at(s16, z, 0), at(d16, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::copy_f64_paths[p](at(g, z, 0), at(dD, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::move_8u_paths[p](at(b, z, 0), at(db, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::move_f64_paths[p](at(g, z, 0), at(dD, z, 1), n); }},
+        {1, [&](int z, int n) { return qptest::set_32s_paths[p](5, at(d32, z, 0), n); }},
+        {1, [&](int z, int n) { return qptest::set_f64_paths[p](1.0, at(dD, z, 0), n); }},
+        {1, [&](int z, int n) { return qptest::zero_f32_paths[p](at(dF, z, 0), n); }},
+        {1, [&](int z, int n) { return qptest::zero_16s_paths[p](at(d16, z, 0), n); }},
+        {2, [&](int z, int n) { return qptest::swap_bytes_16u_paths[p](at(hs, z, 0), at(h, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::swap_bytes_64u_paths[p](at(qs, z, 0), at(q, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_8u_f32_paths[p](at(b, z, 0), at(dF, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_16s_f32_sfs_paths[p](at(s16, z, 0), 0, at(dF, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_16s_f64_sfs_paths[p](at(s16, z, 0), 0, at(dD, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_32s_f32_sfs_paths[p](at(s32, z, 0), 200, at(dF, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_32s_f64_sfs_paths[p](at(s32, z, 0), 0, at(dD, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_f32_f64_paths[p](at(f, z, 0), at(dD, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_f64_f32_paths[p](at(g, z, 0), at(dF, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::convert_f32_8u_sfs_paths[p](at(f, z, 0), at(db, z, 1), n, 0, 0); }},
+        {2, [&](int z, int n) { return qptest::convert_f32_16s_sfs_paths[p](at(f, z, 0), at(d16, z, 1), n, 1, 0); }},
+        {2, [&](int z, int n) { return qptest::convert_f32_32s_sfs_paths[p](at(f, z, 0), at(d32, z, 1), n, 1, 0); }},
+        {2, [&](int z, int n) { return qptest::convert_f64_32s_sfs_paths[p](at(g, z, 0), at(d32, z, 1), n, 0, 0); }},
+    };
+    for (std::size_t k = 0; k < calls.size(); ++k) {
+        for (int z = 0; z < calls[k].first; ++z) EXPECT_EQ(calls[k].second(z, 1), qp::qpStsNullPtrErr) << k << " " << z;
+        for (int len : qptest::kBadLengths) EXPECT_EQ(calls[k].second(-1, len), qp::qpStsSizeErr) << k << " " << len;
     }
-    EXPECT_EQ(qptest::copy_f64_paths[p](nullptr, dD, 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::copy_16s_paths[p](d16, nullptr, 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::move_8u_paths[p](nullptr, db, 2), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::set_f64_paths[p](1.0, nullptr, 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::zero_16s_paths[p](nullptr, 4), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::swap_bytes_64u_paths[p](nullptr, reinterpret_cast<unsigned long long*>(db), 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::convert_f64_f32_paths[p](nullptr, dF, 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::convert_16s_f32_sfs_paths[p](s16, 0, nullptr, 2), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::convert_32s_f64_sfs_paths[p](nullptr, 0, dD, 1), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::convert_f32_8u_sfs_paths[p](nullptr, db, 2, 0, 0), qp::qpStsNullPtrErr);
-    EXPECT_EQ(qptest::convert_f32_32s_sfs_paths[p](f, nullptr, 2, 1, 0), qp::qpStsNullPtrErr);
     // Only modes 0 and 1 exist.
     for (int mode : {-1, 2, 3}) {
         EXPECT_EQ(qptest::convert_f32_8u_sfs_paths[p](f, db, 2, mode, 0), qp::qpStsRoundModeNotSupportedErr);

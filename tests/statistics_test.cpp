@@ -2,6 +2,7 @@
 // and the exports through dispatch.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -280,49 +281,37 @@ TEST_P(StatsPaths, RefusalsReturnTheStatusAndWriteNothing) {
     float x[4] = {1, 2, 3, 4}, o = 9, o2 = 9;
     double xd[4] = {1, 2, 3, 4}, od = 9;
     int i = 9, j = 9;
-    // Each call with a valid pointer set; the table nulls each pointer in turn and tries bad lengths.
-    std::vector<std::function<Status(bool, bool, bool, int)>> calls = {
-        [&](bool s, bool a, bool, int n) { return qptest::sum_f32_paths[p](s ? x : nullptr, 0, a ? &o : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::sum_f64_paths[p](s ? xd : nullptr, a ? &od : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::max_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::min_f64_paths[p](s ? xd : nullptr, a ? &od : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::max_f64_paths[p](s ? xd : nullptr, a ? &od : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::min_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::norml2_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::norml2_f64_paths[p](s ? xd : nullptr, a ? &od : nullptr, n); },
-        [&](bool s, bool a, bool, int n) { return qptest::stddev_f32_paths[p](s ? x : nullptr, 2, a ? &o : nullptr, n); },
-        [&](bool s, bool a, bool b, int n) {
-            return qptest::maxindx_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, b ? &i : nullptr, n);
-        },
-        [&](bool s, bool a, bool b, int n) {
-            return qptest::minindx_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, b ? &i : nullptr, n);
-        },
-        [&](bool s, bool a, bool b, int n) {
-            return qptest::minmax_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, b ? &o2 : nullptr, n);
-        },
-        [&](bool s, bool a, bool b, int n) {
-            return qptest::minmaxindx_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, a ? &i : nullptr,
-                                                   b ? &o2 : nullptr, b ? &j : nullptr, n);
-        },
-        [&](bool s, bool a, bool b, int n) {
-            return qptest::maxevery_f32_paths[p](s ? x : nullptr, a ? x : nullptr, b ? &o : nullptr, n > 0 ? 1 : n);
-        },
+    // call(z, n) passes its pointer number z (0 = first) as nullptr; each row says how many it has.
+    const auto at = [](auto* ptr, int z, int k) { return z == k ? nullptr : ptr; };
+    const std::vector<std::pair<int, std::function<Status(int, int)>>> calls = {
+        {2, [&](int z, int n) { return qptest::sum_f32_paths[p](at(x, z, 0), 0, at(&o, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::sum_f64_paths[p](at(xd, z, 0), at(&od, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::max_f32_paths[p](at(x, z, 0), at(&o, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::min_f32_paths[p](at(x, z, 0), at(&o, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::max_f64_paths[p](at(xd, z, 0), at(&od, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::min_f64_paths[p](at(xd, z, 0), at(&od, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::norml2_f32_paths[p](at(x, z, 0), at(&o, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::norml2_f64_paths[p](at(xd, z, 0), at(&od, z, 1), n); }},
+        {2, [&](int z, int n) { return qptest::stddev_f32_paths[p](at(x, z, 0), 2, at(&o, z, 1), n); }},
+        {3, [&](int z, int n) { return qptest::maxindx_f32_paths[p](at(x, z, 0), at(&o, z, 1), at(&i, z, 2), n); }},
+        {3, [&](int z, int n) { return qptest::minindx_f32_paths[p](at(x, z, 0), at(&o, z, 1), at(&i, z, 2), n); }},
+        {3, [&](int z, int n) { return qptest::minmax_f32_paths[p](at(x, z, 0), at(&o, z, 1), at(&o2, z, 2), n); }},
+        {5, [&](int z, int n) {
+             return qptest::minmaxindx_f32_paths[p](at(x, z, 0), at(&o, z, 1), at(&i, z, 2), at(&o2, z, 3),
+                                                    at(&j, z, 4), n);
+         }},
+        // The element-wise forms get one element: the destination is a single float.
+        {3, [&](int z, int n) {
+             return qptest::maxevery_f32_paths[p](at(x, z, 0), at(x, z, 1), at(&o, z, 2), std::min(n, 1));
+         }},
+        {2, [&](int z, int n) {
+             return qptest::minevery_inplace_f32_paths[p](at(x, z, 0), at(&o, z, 1), std::min(n, 1));
+         }},
     };
-    const auto inPlace = [&](bool s, bool a, bool, int n) {
-        return qptest::minevery_inplace_f32_paths[p](s ? x : nullptr, a ? &o : nullptr, n > 0 ? 1 : n);
-    };
-    calls.insert(calls.begin(), inPlace);  // two pointers, like the value kernels
     for (std::size_t k = 0; k < calls.size(); ++k) {
-        SCOPED_TRACE(testing::Message() << "call " << k);
-        EXPECT_EQ(calls[k](false, true, true, 4), qp::qpStsNullPtrErr);
-        EXPECT_EQ(calls[k](true, false, true, 4), qp::qpStsNullPtrErr);
-        if (k >= 10) {  // a third pointer
-            EXPECT_EQ(calls[k](true, true, false, 4), qp::qpStsNullPtrErr);
-        }
-        EXPECT_EQ(calls[k](true, true, true, 0), qp::qpStsSizeErr);
-        EXPECT_EQ(calls[k](true, true, true, -5), qp::qpStsSizeErr);
-        EXPECT_EQ(calls[k](true, true, true, std::numeric_limits<int>::min()), qp::qpStsSizeErr);
-        EXPECT_TRUE(o == 9 && o2 == 9 && od == 9 && i == 9 && j == 9);
+        for (int z = 0; z < calls[k].first; ++z) EXPECT_EQ(calls[k].second(z, 4), qp::qpStsNullPtrErr) << k << " " << z;
+        for (int len : qptest::kBadLengths) EXPECT_EQ(calls[k].second(-1, len), qp::qpStsSizeErr) << k << " " << len;
+        EXPECT_TRUE(o == 9 && o2 == 9 && od == 9 && i == 9 && j == 9) << k;
     }
     // A single element has no sample deviation.
     EXPECT_EQ(qptest::stddev_f32_paths[p](x, 2, &o, 1), qp::qpStsSizeErr);
