@@ -324,74 +324,63 @@ TEST_P(ArithmeticPaths, ClippingKeepsNaNAndValuesAtTheLevels) {
 
 // --- interleaved complex -------------------------------------------------------------------------
 
+// A kernel of one or two interleaved complex sources (the second ignored for one) against a long
+// double reference, at complex offsets 0 and 1 and with the destination equal to the first source.
+// The data straddle the inversion level (3), include zeros and, for double, magnitudes whose
+// square over- or underflows.
 template <typename T>
-void CheckComplexMul(qp::Status (*k)(const T*, const T*, T*, int)) {
+struct ComplexCase {
+    const char* name;
+    qp::Status (*mul)(const T*, const T*, T*, int);  // null: the inversion below
+    qp::Status (*inv)(const T*, T, T*, int);
+    double tol;  // in eps of the exact result's magnitude
+};
+
+template <typename T>
+void CheckComplexCase(const ComplexCase<T>& c) {
     using C = std::complex<long double>;
+    const T level = 3;
     for (int n : kLengths) {
-        for (int offset : {0, 1}) {  // offsets in complex elements
-            SCOPED_TRACE(testing::Message() << "n=" << n << " offset=" << offset);
+        for (int offset : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << c.name << " n=" << n << " offset=" << offset);
             Buffer<T> a(2 * n, 2 * offset), b(2 * n, 2 * ((offset + 1) % 2)), d(2 * n, 2 * offset);
-            Fill(a.data, 2 * n, 5u + n);
-            Fill(b.data, 2 * n, 6u + n);
+            Fill(a.data, 2 * n, 5u + n, T(-6), T(6));
+            Fill(b.data, 2 * n, 6u + n, T(-6), T(6));
+            if (n > 3) a.data[4] = a.data[5] = 0;
+            if (sizeof(T) == 8 && n > 5) {
+                a.data[6] = static_cast<T>(3e200), a.data[7] = static_cast<T>(-4e200);
+                a.data[8] = static_cast<T>(1e-200), a.data[9] = static_cast<T>(2e-200);
+            }
             const std::vector<T> a0(a.data, a.data + 2 * n);
-            ASSERT_EQ(k(a.data, b.data, d.data, n), qp::qpStsNoErr);
+            ASSERT_EQ(c.mul ? c.mul(a.data, b.data, d.data, n) : c.inv(a.data, level, d.data, n), qp::qpStsNoErr);
             EXPECT_TRUE(d.TailIntact());
-            ASSERT_EQ(k(a.data, b.data, a.data, n), qp::qpStsNoErr);  // in place on the first source
+            ASSERT_EQ(c.mul ? c.mul(a.data, b.data, a.data, n) : c.inv(a.data, level, a.data, n), qp::qpStsNoErr);
+            EXPECT_TRUE(a.TailIntact());
             for (int i = 0; i < n; ++i) {
                 const C x(a0[2 * i], a0[2 * i + 1]), y(b.data[2 * i], b.data[2 * i + 1]);
-                const C want = x * y;
-                const long double tol = 2 * std::numeric_limits<T>::epsilon() * std::abs(x) * std::abs(y);
+                const long double m = std::abs(x);
+                const C want = c.mul ? x * y : m == 0 ? C(1.0L / level, 0) : C(1) / (m < level ? x * (level / m) : x);
+                const long double tol = c.tol * std::numeric_limits<T>::epsilon() * std::abs(c.mul ? x : want) *
+                                        (c.mul ? std::abs(y) : 1);
                 ASSERT_NEAR(d.data[2 * i], want.real(), tol) << i;
                 ASSERT_NEAR(d.data[2 * i + 1], want.imag(), tol) << i;
-                ASSERT_EQ(a.data[2 * i], d.data[2 * i]) << i;
-                ASSERT_EQ(a.data[2 * i + 1], d.data[2 * i + 1]) << i;
+                ASSERT_TRUE(qptest::SameBits(a.data[2 * i], d.data[2 * i])) << "in place, i=" << i;
+                ASSERT_TRUE(qptest::SameBits(a.data[2 * i + 1], d.data[2 * i + 1])) << "in place, i=" << i;
             }
         }
     }
     T s[4] = {1, 2, 3, 4}, d[4] = {9, 9, 9, 9};
-    EXPECT_EQ(k(s, nullptr, d, 2), qp::qpStsNullPtrErr);
-    EXPECT_EQ(k(s, s, d, 0), qp::qpStsSizeErr);
+    EXPECT_EQ(c.mul ? c.mul(s, nullptr, d, 2) : c.inv(nullptr, 1, d, 2), qp::qpStsNullPtrErr);
+    EXPECT_EQ(c.mul ? c.mul(s, s, d, 0) : c.inv(s, 1, d, 0), qp::qpStsSizeErr);
     EXPECT_EQ(d[0], 9);
 }
 
-TEST_P(ArithmeticPaths, ComplexMultiply) {
-    CheckComplexMul<float>(qptest::mul_c32_paths[GetParam()]);
-    CheckComplexMul<double>(qptest::mul_c64_paths[GetParam()]);
-}
-
-// 1 / z with |z| raised to at least the level, against an extended-precision reference. The data
-// straddle the level, and include zeros and (for double) magnitudes whose square over- or
-// underflows.
-template <typename T>
-void CheckComplexInvThreshold(qp::Status (*k)(const T*, T, T*, int)) {
-    using C = std::complex<long double>;
-    const T level = static_cast<T>(3.0);
-    for (int n : kLengths) {
-        SCOPED_TRACE(testing::Message() << "n=" << n);
-        Buffer<T> d(2 * n, 2);
-        Fill(d.data, 2 * n, 9u + n, T(-6), T(6));
-        if (n > 3) d.data[4] = d.data[5] = 0;
-        if (sizeof(T) == 8 && n > 5) {
-            d.data[6] = static_cast<T>(3e200), d.data[7] = static_cast<T>(-4e200);
-            d.data[8] = static_cast<T>(1e-200), d.data[9] = static_cast<T>(2e-200);
-        }
-        const std::vector<T> z0(d.data, d.data + 2 * n);
-        ASSERT_EQ(k(d.data, level, d.data, n), qp::qpStsNoErr);
-        EXPECT_TRUE(d.TailIntact());
-        for (int i = 0; i < n; ++i) {
-            C z(z0[2 * i], z0[2 * i + 1]);
-            const long double m = std::abs(z);
-            C want = m == 0 ? C(1.0L / level, 0) : (m < level ? C(1) / (z * (level / m)) : C(1) / z);
-            const long double tol = 4 * std::numeric_limits<T>::epsilon() * std::abs(want);
-            ASSERT_NEAR(d.data[2 * i], want.real(), tol) << i;
-            ASSERT_NEAR(d.data[2 * i + 1], want.imag(), tol) << i;
-        }
-    }
-}
-
-TEST_P(ArithmeticPaths, ComplexInvertThreshold) {
-    CheckComplexInvThreshold<float>(qptest::inv_threshold_c32_paths[GetParam()]);
-    CheckComplexInvThreshold<double>(qptest::inv_threshold_c64_paths[GetParam()]);
+TEST_P(ArithmeticPaths, ComplexMultiplyAndInvertThreshold) {
+    const int p = GetParam();
+    CheckComplexCase<float>({"mul", qptest::mul_c32_paths[p], nullptr, 2});
+    CheckComplexCase<double>({"mul", qptest::mul_c64_paths[p], nullptr, 2});
+    CheckComplexCase<float>({"inv threshold", nullptr, qptest::inv_threshold_c32_paths[p], 4});
+    CheckComplexCase<double>({"inv threshold", nullptr, qptest::inv_threshold_c64_paths[p], 4});
 }
 
 // The level rule, the zero warning and the refused levels on real and complex data, in place.
