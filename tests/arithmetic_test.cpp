@@ -272,19 +272,22 @@ TEST_P(ArithmeticPaths, AddProductAccumulates) {
 // Clipping on values at and around the levels, signed zeros, infinities and NaN (kept bit for bit),
 // with levels that are their own values (one instruction per bound), levels with other values and
 // inverted levels (a value below the lower level takes the lower value even above the upper one).
-// Every value meets every position of the vector body and the remainder, in place and not.
+// Every value meets every position of the vector body and the remainder, in place and not. The
+// absolute value, on the same data, clears the sign bit and nothing else (NaN payloads included).
 template <typename T>
 void CheckClipping(int p) {
     const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
     const T pattern[] = {-3, -1, -T(0), 0, T(0.5), 1, 2, 3, nan, -nan, inf, -inf, T(1.5), T(-0.5), T(2.5)};
-    const auto lt = qptest::Of<T>(qptest::threshold_lt_f32_paths, qptest::threshold_lt_f64_paths, p);
-    const auto gt = qptest::Of<T>(qptest::threshold_gt_f32_paths, qptest::threshold_gt_f64_paths, p);
+    const auto lt = QP_KERNEL(threshold_lt);
+    const auto gt = QP_KERNEL(threshold_gt);
     struct Row {
         const char* what;
         std::function<qp::Status(const T*, T*, int)> run;
         std::function<T(T)> ref;
     };
-    std::vector<Row> rows;
+    const auto abs = QP_KERNEL(abs);
+    std::vector<Row> rows = {
+        {"abs", [=](const T* s, T* d, int n) { return abs(s, d, n); }, [](T x) { return std::fabs(x); }}};
     for (T level : {T(1), -T(0), T(0), nan, -inf}) {
         rows.push_back({"lt", [=](const T* s, T* d, int n) { return lt(s, level, d, n); },
                         [=](T x) { return x < level ? level : x; }});
@@ -387,7 +390,7 @@ TEST_P(ArithmeticPaths, ComplexMultiplyAndInvertThreshold) {
 template <typename T>
 void CheckInvertLevels(int p) {
     const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
-    const auto real = qptest::Of<T>(qptest::inv_threshold_f32_paths, qptest::inv_threshold_f64_paths, p);
+    const auto real = QP_KERNEL(inv_threshold);
     const auto cplx = qptest::Of<T>(qptest::inv_threshold_c32_paths, qptest::inv_threshold_c64_paths, p);
     struct Row {
         bool complex;
