@@ -91,6 +91,7 @@ struct Fftw<double> {
     static Plan C2R(int n, C* c, double* r, unsigned f) { return fftw_plan_dft_c2r_1d(n, c, r, f); }
     static void Run(Plan p) { fftw_execute(p); }
     static void Destroy(Plan p) { fftw_destroy_plan(p); }
+    static void ForgetWisdom() { fftw_forget_wisdom(); }
 };
 template <>
 struct Fftw<float> {
@@ -104,6 +105,7 @@ struct Fftw<float> {
     static Plan C2R(int n, C* c, float* r, unsigned f) { return fftwf_plan_dft_c2r_1d(n, c, r, f); }
     static void Run(Plan p) { fftwf_execute(p); }
     static void Destroy(Plan p) { fftwf_destroy_plan(p); }
+    static void ForgetWisdom() { fftwf_forget_wisdom(); }
 };
 
 template <typename T>
@@ -111,6 +113,9 @@ class FftwRunner {
    public:
     FftwRunner(const Kind& k, bool inverse, int order, unsigned flags) : k_(k), inverse_(inverse), n_(std::int64_t{1} << order) {
         using F = Fftw<T>;
+        // Plans reuse the wisdom of earlier plans of the same problem, whatever their flags: without
+        // this an FFTW_ESTIMATE plan made after an FFTW_MEASURE one (in this process) is the measured plan.
+        if (flags == FFTW_ESTIMATE) F::ForgetWisdom();
         c_ = F::Alloc(n_);
         r_ = F::AllocReal(n_);
         const int n = static_cast<int>(n_);
