@@ -29,6 +29,10 @@ QP_INLINE int OrderLimit(int tag) {
 
 QP_INLINE bool IsReal(int tag) { return tag == fft::kKindR32 || tag == fft::kKindR64; }
 
+// Kinds whose data is interleaved (the real kinds run on interleaved pairs too): the lane method
+// reads and writes them in pair-lane order, and their lane tables follow that order.
+QP_INLINE bool PairLanesKind(int tag) { return tag != fft::kKindC32Split && tag != fft::kKindC64Split; }
+
 QP_INLINE bool ValidFlag(int flag) {
     return flag == fft::kNormForward || flag == fft::kNormInverse || flag == fft::kNormSqrt || flag == fft::kNormNone;
 }
@@ -65,12 +69,12 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
             // work buffer: M <= 16); the others keep the scalar kernels.
             if (eo >= kLanesDirectMinOrder) {
                 std::int64_t unused = 0;
-                BuildLanes<T>(body.lanes, eo, arena, unused);
+                BuildLanes<T>(body.lanes, eo, PairLanesKind(tag), arena, unused);
             }
         } else if (eo >= kLanesMinOrder && eo <= kLanesMaxOrder) {
             body.method = fft::kMethodLanes;
             std::int64_t laneWork = 0;
-            const bool missing = BuildLanes<T>(body.lanes, eo, arena, laneWork);
+            const bool missing = BuildLanes<T>(body.lanes, eo, PairLanesKind(tag), arena, laneWork);
             // Widths whose N < L^2 run the radix passes.
             if (missing) {
                 BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
@@ -184,7 +188,8 @@ QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* 
     switch (s->b.method) {
         case fft::kMethodDirect:
             if (s->b.lanes[kWidthIndex].lanes != 0)
-                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, x, y, work, scaled, scale);
+                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, simd::PairLanes(x), simd::PairLanes(y), work,
+                            scaled, scale);
             else
                 Direct<T>(s->b.engineOrder, x, y, s->b.small, scaled ? scale : static_cast<T>(1));
             break;
@@ -193,7 +198,8 @@ QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* 
             break;
         case fft::kMethodLanes:
             if (s->b.lanes[kWidthIndex].lanes != 0)
-                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, x, y, work, scaled, scale);
+                RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, simd::PairLanes(x), simd::PairLanes(y), work,
+                            scaled, scale);
             else
                 RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
             break;

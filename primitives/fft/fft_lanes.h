@@ -97,26 +97,32 @@ QP_INLINE void DftRegs(Vec<T>* re, Vec<T>* im) {
 }
 
 // Step 2 for the rows k0 .. k0 + L - 1 of the column results (row k0 + u in vr[u], vi[u]):
-// twiddles, transpose, L-point transforms, scale, stores of outputs k0 + M k2.
-template <bool Scaled, typename T, typename Out>
+// twiddles, transpose, L-point transforms, scale, stores of outputs k0 + M k2. InPairs: lane t of
+// the rows holds column PairLane(t) (interleaved input read in pair-lane order; the twiddle table
+// is laid out the same way); with a pair-lane output, lane t of each result holds output k0 + PairLane(t).
+template <bool Scaled, bool InPairs, typename T, typename Out>
 QP_INLINE void LaneStep(const Vec<T>* vr, const Vec<T>* vi, const T* twRe, const T* twIm, std::int64_t k0,
                         std::int64_t m, Out y, Vec<T> sv) {
     constexpr int L = simd::kLanes<T>;
     constexpr auto map = simd::kTransposeMap<T>;
     Vec<T> re[L], im[L];
-    // Output lane u of the transpose comes from input row map.row[u]: put row k0 + u there.
+    // Output lane v of the transpose comes from input row map.row[v]: put row k0 + u there, with
+    // v = u, or the lane of output k0 + u in pair-lane order.
     for (int u = 0; u < L; ++u) {
         const std::int64_t at = (k0 + u) * L;
         const Vec<T> wr = simd::Load(twRe + at), wi = simd::Load(twIm + at);
-        re[map.row[u]] = simd::MulAdd<T>(vr[u], wr, -(vi[u] * wi));
-        im[map.row[u]] = simd::MulAdd<T>(vr[u], wi, vi[u] * wr);
+        const int v = Out::kPairLanes ? simd::LaneOfPair<T>(u) : u;
+        re[map.row[v]] = simd::MulAdd<T>(vr[u], wr, -(vi[u] * wi));
+        im[map.row[v]] = simd::MulAdd<T>(vr[u], wi, vi[u] * wr);
     }
     simd::TransposeLanes<T>(re);
     simd::TransposeLanes<T>(im);
     Vec<T> ar[L], ai[L];
+    // Output vector t holds lane map.col[t] of the rows, i.e. column map.col[t] or PairLane of it.
     for (int t = 0; t < L; ++t) {
-        ar[map.col[t]] = re[t];
-        ai[map.col[t]] = im[t];
+        const int col = InPairs ? simd::PairLane<T>(map.col[t]) : map.col[t];
+        ar[col] = re[t];
+        ai[col] = im[t];
     }
     DftRegs<L, T>(ar, ai);
     for (int k2 = 0; k2 < L; ++k2) {
@@ -139,11 +145,11 @@ QP_FFT_LOCAL void LanesInRegisters(In x, Out y, const T* tw, T scale) {
     }
     DftRegs<M, T>(re, im);
     const Vec<T> sv = simd::Broadcast<T>(scale);
-    for (int g = 0; g < M; g += L) LaneStep<Scaled, T>(re + g, im + g, tw, tw + M * L, g, M, y, sv);
+    for (int g = 0; g < M; g += L) LaneStep<Scaled, In::kPairLanes, T>(re + g, im + g, tw, tw + M * L, g, M, y, sv);
 }
 
-// Step 2 over the column results held split in f.
-template <bool Scaled, typename T, typename Out>
+// Step 2 over the column results held split in f (lanes in the order of the input).
+template <bool Scaled, bool InPairs, typename T, typename Out>
 QP_FFT_LOCAL void LaneSweep(simd::SplitIn<T> f, Out y, std::int64_t m, const T* tw, T scale) {
     constexpr int L = simd::kLanes<T>;
     const Vec<T> sv = simd::Broadcast<T>(scale);
@@ -154,7 +160,7 @@ QP_FFT_LOCAL void LaneSweep(simd::SplitIn<T> f, Out y, std::int64_t m, const T* 
             re[u] = simd::Load(f.re + (k0 + u) * L);
             im[u] = simd::Load(f.im + (k0 + u) * L);
         }
-        LaneStep<Scaled, T>(re, im, tw, twIm, k0, m, y, sv);
+        LaneStep<Scaled, InPairs, T>(re, im, tw, twIm, k0, m, y, sv);
     }
 }
 
@@ -182,7 +188,7 @@ QP_INLINE void LanesByPasses(const fft::LanePlan<T>& lp, In x, Out y, std::int64
         a = b;
         b = t;
     }
-    LaneSweep<Scaled, T>(simd::SplitIn<T>{a, a + total}, y, total / L, lp.tw, scale);
+    LaneSweep<Scaled, In::kPairLanes, T>(simd::SplitIn<T>{a, a + total}, y, total / L, lp.tw, scale);
 }
 
 template <bool Scaled, typename T, typename In, typename Out>
@@ -238,11 +244,13 @@ QP_INLINE void BuildColumnPlan(Plan* plan, int bits, int L, Arena& arena) {
     }
 }
 
-// Lane plans of every vector width for a transform of 2^order points. Returns whether some width
+// Lane plans of every vector width for a transform of 2^order points; with `pairs` (interleaved
+// kinds) lane l of the twiddle rows holds column PairLane(l), the order in which the kernels read
+// interleaved data. Returns whether some width
 // does not use the method (N < L^2, or M > 16 below kLanesPassesMinOrder), so that the caller also lays out the radix-pass plan; `work`
 // receives the work-buffer bytes the lane method needs (without slack).
 template <typename T>
-QP_INLINE bool BuildLanes(fft::LanePlan<T>* lanes, int order, Arena& arena, std::int64_t& work) {
+QP_INLINE bool BuildLanes(fft::LanePlan<T>* lanes, int order, bool pairs, Arena& arena, std::int64_t& work) {
     const std::int64_t total = std::int64_t{1} << order;
     bool missing = false;
     work = 0;
@@ -256,10 +264,11 @@ QP_INLINE bool BuildLanes(fft::LanePlan<T>* lanes, int order, Arena& arena, std:
             lp.lanes = L;
             T* tw = arena.Take<T>(2 * total);
             if (tw != nullptr) {
+                const int B = 16 / static_cast<int>(sizeof(T));
                 for (std::int64_t k = 0; k < m; ++k)
                     for (int l = 0; l < L; ++l) {
                         long double c, s;
-                        Twiddle(k * l, total, c, s);
+                        Twiddle(k * (pairs ? simd::PairLane(l, L, B) : l), total, c, s);
                         tw[k * L + l] = static_cast<T>(c);
                         tw[total + k * L + l] = static_cast<T>(s);
                     }

@@ -191,11 +191,58 @@ QP_INLINE void TransposeLanes(Vec<T>* v) {
     TransposeLevels<1, T>(v);
 }
 
+// Lane order of interleaved data moved by in-block shuffles only. Splitting the pairs of two
+// vectors into real and imaginary lanes in natural order takes shuffles across the 128-bit blocks;
+// the in-block ones (shufps / unpcklpd style, and unpcklps / unpckhps back) leave lane t of a
+// vector of L lanes (B lanes per 16-byte block) holding complex value PairLane(t). Kernels whose
+// lanes are independent of each other (the lane method) read and write interleaved data in that
+// order and fold the permutation into their tables and register placement.
+constexpr int PairLane(int t, int L, int B) {
+    const int h = B / 2, blk = t / B, r = t % B;
+    return (r < h ? 0 : L / 2) + h * blk + r % h;
+}
+// Lane holding complex value c.
+constexpr int LaneOfPair(int c, int L, int B) {
+    const int h = B / 2;
+    const int half = c < L / 2 ? 0 : 1, cc = c - half * (L / 2);
+    return (cc / h) * B + half * h + cc % h;
+}
+constexpr bool PairLanesInvert(int L, int B) {
+    for (int t = 0; t < L; ++t)
+        if (LaneOfPair(PairLane(t, L, B), L, B) != t) return false;
+    return true;
+}
+static_assert(PairLanesInvert(2, 2) && PairLanesInvert(4, 2) && PairLanesInvert(8, 2) && PairLanesInvert(4, 4) &&
+                  PairLanesInvert(8, 4) && PairLanesInvert(16, 4),
+              "LaneOfPair inverts PairLane at every width");
+template <typename T>
+constexpr int PairLane(int t) {
+    return PairLane(t, kLanes<T>, kBlockLanes<T>);
+}
+template <typename T>
+constexpr int LaneOfPair(int c) {
+    return LaneOfPair(c, kLanes<T>, kBlockLanes<T>);
+}
+// Real (Part 0) or imaginary (Part 1) lanes of two interleaved vectors in pair-lane order.
+template <typename T, int Part>
+struct PairSplitIndex {
+    static constexpr int At(int t) { return 2 * PairLane(t, kLanes<T>, kBlockLanes<T>) + Part; }
+};
+// Interleaved values Half * L .. Half * L + L - 1 from real and imaginary vectors in pair-lane order.
+template <typename T, int Half>
+struct PairJoinIndex {
+    static constexpr int At(int t) {
+        const int q = t + Half * kLanes<T>;
+        return (q % 2) * kLanes<T> + LaneOfPair(q / 2, kLanes<T>, kBlockLanes<T>);
+    }
+};
+
 // Layout accessors: Load(i) and Store(i, v) move the L complex values at indices i .. i + L - 1.
 // Swap exchanges real and imaginary parts on the way, which turns the forward passes into the
 // inverse transform (inverse(x) = swap(forward(swap(x)))).
 template <typename T, bool Swap = false>
 struct SplitIn {
+    static constexpr bool kPairLanes = false;
     const T* re;
     const T* im;
     QP_INLINE CVec<T> Load(std::ptrdiff_t i) const {
@@ -210,6 +257,7 @@ struct SplitIn {
 };
 template <typename T, bool Swap = false>
 struct SplitOut {
+    static constexpr bool kPairLanes = false;
     T* re;
     T* im;
     QP_INLINE CVec<T> Load(std::ptrdiff_t i) const { return SplitIn<T, Swap>{re, im}.Load(i); }
@@ -224,6 +272,7 @@ struct SplitOut {
 };
 template <typename T, bool Swap = false>
 struct InterIn {
+    static constexpr bool kPairLanes = false;
     const T* p;
     QP_INLINE CVec<T> Load(std::ptrdiff_t i) const {
         CVec<T> v;
@@ -238,6 +287,7 @@ struct InterIn {
 };
 template <typename T, bool Swap = false>
 struct InterOut {
+    static constexpr bool kPairLanes = false;
     T* p;
     QP_INLINE CVec<T> Load(std::ptrdiff_t i) const { return InterIn<T, Swap>{p}.Load(i); }
     QP_INLINE void Store(std::ptrdiff_t i, CVec<T> v) const {
@@ -254,6 +304,46 @@ struct InterOut {
         p[2 * i + (Swap ? 0 : 1)] = m;
     }
 };
+
+// Interleaved data in pair-lane order (see PairLane): the L values of a CVec are those at
+// i + PairLane(t), t < L.
+template <typename T, bool Swap = false>
+struct InterPairsIn {
+    static constexpr bool kPairLanes = true;
+    const T* p;
+    QP_INLINE CVec<T> Load(std::ptrdiff_t i) const {
+        constexpr int L = kLanes<T>;
+        const Vec<T> a = simd::Load(p + 2 * i), b = simd::Load(p + 2 * i + L);
+        const Vec<T> r = ShuffleBy<PairSplitIndex<T, 0>>(a, b, std::make_index_sequence<L>{});
+        const Vec<T> m = ShuffleBy<PairSplitIndex<T, 1>>(a, b, std::make_index_sequence<L>{});
+        if (Swap) return {m, r};
+        return {r, m};
+    }
+};
+template <typename T, bool Swap = false>
+struct InterPairsOut {
+    static constexpr bool kPairLanes = true;
+    T* p;
+    QP_INLINE void Store(std::ptrdiff_t i, CVec<T> v) const {
+        constexpr int L = kLanes<T>;
+        const Vec<T> r = Swap ? v.im : v.re, m = Swap ? v.re : v.im;
+        simd::Store(p + 2 * i, ShuffleBy<PairJoinIndex<T, 0>>(r, m, std::make_index_sequence<L>{}));
+        simd::Store(p + 2 * i + L, ShuffleBy<PairJoinIndex<T, 1>>(r, m, std::make_index_sequence<L>{}));
+    }
+};
+// The pair-lane accessor of an interleaved one; split accessors stay as they are.
+template <typename A>
+QP_INLINE A PairLanes(A a) {
+    return a;
+}
+template <typename T, bool Swap>
+QP_INLINE InterPairsIn<T, Swap> PairLanes(InterIn<T, Swap> a) {
+    return {a.p};
+}
+template <typename T, bool Swap>
+QP_INLINE InterPairsOut<T, Swap> PairLanes(InterOut<T, Swap> a) {
+    return {a.p};
+}
 
 }  // namespace simd
 }  // namespace QP_PATH_NS
