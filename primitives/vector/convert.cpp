@@ -96,25 +96,36 @@ QP_INLINE Vec<std::int32_t> LoadAsI32(const int* p) { return simd::Load(p); }
 
 // Integer source to floating-point T, scaled in T: converts exactly (int16 to either type, int32 to
 // double), so the single rounding is that of the last scaling step.
+template <int S, typename I, typename T>
+QP_INLINE void ConvertIntScaledSteps(const I* src, T* dst, int len, const simd::Scale<T> scale) {
+    ConvertLoop<2 * LF>(src, dst, len, [scale](const I* s, T* d, auto stream) {
+        constexpr bool kStream = decltype(stream)::value;
+        for (int u = 0; u < 2; ++u) {
+            const Vec<std::int32_t> x = LoadAsI32(s + u * LF);
+            if constexpr (sizeof(T) == 4) {
+                simd::Put<kStream>(d + u * LF, ApplyScale<S>(__builtin_convertvector(x, Vec<float>), scale));
+            } else {
+                Vec<double> lo, hi;
+                simd::WidenToF64(x, lo, hi);
+                simd::Put<kStream>(d + u * LF, ApplyScale<S>(lo, scale));
+                simd::Put<kStream>(d + u * LF + LD, ApplyScale<S>(hi, scale));
+            }
+        }
+    });
+}
+
+// The step count is chosen here by plain calls rather than through WithSteps: a generic lambda is
+// not inlined there, and its by-reference captures cost a round trip through the stack per call
+// (about 7 ns, the whole conversion of 256 elements took 15).
 template <typename I, typename T>
 QP_INLINE Status ConvertIntScaled(const I* src, T* dst, int len, const simd::Scale<T>& scale) {
-    WithSteps(scale, [&](auto steps) {
-        ConvertLoop<2 * LF>(src, dst, len, [&scale](const I* s, T* d, auto stream) {
-            constexpr int S = decltype(steps)::value;
-            constexpr bool kStream = decltype(stream)::value;
-            for (int u = 0; u < 2; ++u) {
-                const Vec<std::int32_t> x = LoadAsI32(s + u * LF);
-                if constexpr (sizeof(T) == 4) {
-                    simd::Put<kStream>(d + u * LF, ApplyScale<S>(__builtin_convertvector(x, Vec<float>), scale));
-                } else {
-                    Vec<double> lo, hi;
-                    simd::WidenToF64(x, lo, hi);
-                    simd::Put<kStream>(d + u * LF, ApplyScale<S>(lo, scale));
-                    simd::Put<kStream>(d + u * LF + LD, ApplyScale<S>(hi, scale));
-                }
-            }
-        });
-    });
+    if (!scale.any) {
+        ConvertIntScaledSteps<0>(src, dst, len, scale);
+    } else if (!scale.two) {
+        ConvertIntScaledSteps<1>(src, dst, len, scale);
+    } else {
+        ConvertIntScaledSteps<2>(src, dst, len, scale);
+    }
     return qpStsNoErr;
 }
 
