@@ -260,9 +260,9 @@ QP_INLINE simd::Scale<float> FloatScale(int sf) { return simd::MakeScale<float>(
 
 Status ConvertF32S32(const float* src, int* dst, int len, int rndMode, int sf) {
     const auto scale = FloatScale(sf);
-    return RoundingConversion(src, dst, len, rndMode, [&](auto nearest) {
-        WithSteps(scale, [&](auto steps) {
-            ConvertLoop<4 * LF>(src, dst, len, [&scale](const float* s, int* d, auto stream) {
+    return RoundingConversion(src, dst, len, rndMode, [=](auto nearest) {
+        WithSteps(scale, [=](auto steps) {
+            ConvertLoop<4 * LF>(src, dst, len, [scale](const float* s, int* d, auto stream) {
                 for (int u = 0; u < 4; ++u) {
                     const Vec<float> v = ApplyScale<decltype(steps)::value>(simd::Load(s + u * LF), scale);
                     simd::Put<decltype(stream)::value>(d + u * LF, FloatToInt32<decltype(nearest)::value>(v));
@@ -275,9 +275,9 @@ Status ConvertF32S32(const float* src, int* dst, int len, int rndMode, int sf) {
 Status ConvertF32S16(const float* src, short* dst, int len, int rndMode, int sf) {
     const auto scale = FloatScale(sf);
     static constexpr int L = simd::kLanes<short>;
-    return RoundingConversion(src, dst, len, rndMode, [&](auto nearest) {
-        WithSteps(scale, [&](auto steps) {
-            ConvertLoop<2 * L>(src, dst, len, [&scale](const float* s, short* d, auto stream) {
+    return RoundingConversion(src, dst, len, rndMode, [=](auto nearest) {
+        WithSteps(scale, [=](auto steps) {
+            ConvertLoop<2 * L>(src, dst, len, [scale](const float* s, short* d, auto stream) {
                 for (int u = 0; u < 2; ++u) {
                     Vec<std::int32_t> r[2];
                     for (int h = 0; h < 2; ++h) {
@@ -293,9 +293,9 @@ Status ConvertF32S16(const float* src, short* dst, int len, int rndMode, int sf)
 
 Status ConvertF32U8(const float* src, unsigned char* dst, int len, int rndMode, int sf) {
     const auto scale = FloatScale(sf);
-    return RoundingConversion(src, dst, len, rndMode, [&](auto nearest) {
-        WithSteps(scale, [&](auto steps) {
-            ConvertLoop<4 * LF>(src, dst, len, [&scale](const float* s, unsigned char* d, auto stream) {
+    return RoundingConversion(src, dst, len, rndMode, [=](auto nearest) {
+        WithSteps(scale, [=](auto steps) {
+            ConvertLoop<4 * LF>(src, dst, len, [scale](const float* s, unsigned char* d, auto stream) {
                 Vec<std::int32_t> r[4];
                 for (int q = 0; q < 4; ++q) {
                     const Vec<float> v = ApplyScale<decltype(steps)::value>(simd::Load(s + q * LF), scale);
@@ -310,9 +310,9 @@ Status ConvertF32U8(const float* src, unsigned char* dst, int len, int rndMode, 
 // Double sources: beyond [-2045, 2044] every value saturates or gives 0 as at the bounds.
 Status ConvertF64S32(const double* src, int* dst, int len, int rndMode, int sf) {
     const auto scale = simd::MakeScale<double>(sf, 1022, -2045, 2044);
-    return RoundingConversion(src, dst, len, rndMode, [&](auto nearest) {
-        WithSteps(scale, [&](auto steps) {
-            ConvertLoop<2 * LF>(src, dst, len, [&scale](const double* s, int* d, auto stream) {
+    return RoundingConversion(src, dst, len, rndMode, [=](auto nearest) {
+        WithSteps(scale, [=](auto steps) {
+            ConvertLoop<2 * LF>(src, dst, len, [scale](const double* s, int* d, auto stream) {
                 for (int u = 0; u < 2; ++u) {
                     constexpr int S = decltype(steps)::value;
                     constexpr bool N = decltype(nearest)::value;
