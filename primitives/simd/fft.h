@@ -11,15 +11,6 @@ namespace qp {
 namespace QP_PATH_NS {
 namespace simd {
 
-// Whether MulAdd rounds once in this build (paths 4 to 6 and w). Kernels choose between a chain of
-// multiply-adds (fewer roundings when fused) and separate products and sums (fewer roundings when
-// not: each unfused multiply-add rounds its product and its sum).
-#if defined(__FMA__) || defined(__AVX512F__)
-constexpr bool kFusedMulAdd = true;
-#else
-constexpr bool kFusedMulAdd = false;
-#endif
-
 // L complex values: real lanes and imaginary lanes.
 template <typename T>
 struct CVec {

@@ -122,10 +122,14 @@ QP_INLINE Vec<double> MulAdd(Vec<double> a, Vec<double> b, Vec<double> c) { retu
 
 // The scalar counterparts, rounded like the vector form of the same build (AVX-512F has fused
 // multiply-add without defining __FMA__).
+// kFusedMulAdd tells kernels which kind they get: they choose between a chain of multiply-adds
+// (fewer roundings when fused) and separate products and sums (fewer when not).
 #if defined(__FMA__) || defined(__AVX512F__)
+constexpr bool kFusedMulAdd = true;
 QP_INLINE float MulAdd(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
 QP_INLINE double MulAdd(double a, double b, double c) { return __builtin_fma(a, b, c); }
 #else
+constexpr bool kFusedMulAdd = false;
 QP_INLINE float MulAdd(float a, float b, float c) { return a * b + c; }
 QP_INLINE double MulAdd(double a, double b, double c) { return a * b + c; }
 #endif
