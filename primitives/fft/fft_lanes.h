@@ -107,7 +107,10 @@ QP_INLINE void LaneStep(const Vec<T>* vr, const Vec<T>* vi, const T* twRe, const
     constexpr auto map = simd::kTransposeMap<T>;
     Vec<T> re[L], im[L];
     // Output lane v of the transpose comes from input row map.row[v]: put row k0 + u there, with
-    // v = u, or the lane of output k0 + u in pair-lane order.
+    // v = u, or the lane of output k0 + u in pair-lane order. The loops are unrolled by force:
+    // the placements must fold to constants so that the rows stay in registers (left rolled,
+    // GCC computed them at run time and went through a stack array: a third of the step's time).
+#pragma GCC unroll 64
     for (int u = 0; u < L; ++u) {
         const std::int64_t at = (k0 + u) * L;
         const Vec<T> wr = simd::Load(twRe + at), wi = simd::Load(twIm + at);
@@ -119,6 +122,7 @@ QP_INLINE void LaneStep(const Vec<T>* vr, const Vec<T>* vi, const T* twRe, const
     simd::TransposeLanes<T>(im);
     Vec<T> ar[L], ai[L];
     // Output vector t holds lane map.col[t] of the rows, i.e. column map.col[t] or PairLane of it.
+#pragma GCC unroll 64
     for (int t = 0; t < L; ++t) {
         const int col = InPairs ? simd::PairLane<T>(map.col[t]) : map.col[t];
         ar[col] = re[t];
