@@ -88,7 +88,9 @@ void CheckStateKind() {
         ASSERT_EQ(qp::fft_size_c32s(0, 2, 1, &a, &b, &c), qp::qpStsNoErr);  // dispatch initialised
         ASSERT_EQ(k.size[qp::g_codePath](order, 2, 1, &a, &b, &c), qp::qpStsNoErr);
         EXPECT_EQ(size, static_cast<unsigned>(c));
-        if (order <= 4) EXPECT_EQ(size, 0u);
+        if (order <= 4) {
+            EXPECT_EQ(size, 0u);
+        }
 
         // Forward against the reference; then a buffer of exactly `size` bytes at every offset
         // from a 64-byte boundary, followed by guard bytes that must survive.
@@ -105,8 +107,9 @@ void CheckStateKind() {
             A::Fwd(src.data(), dst.data(), st, buf, n);
             const fftt::Error e = fftt::Compare(dst.data(), want);
             ASSERT_LE(e.rms, fftt::RmsTolerance(k, order)) << "offset " << off;
-            if (buf != nullptr)
+            if (buf != nullptr) {
                 for (int g = 0; g < 32; ++g) ASSERT_EQ(buf[size + g], 0x5A) << "offset " << off;
+            }
         }
         // Round trip in place.
         std::vector<unsigned char> buffer(size + 1);

@@ -176,10 +176,11 @@ TEST(FFTSpec, SizeQueryChecksInOrder) {
         for (int order = 0; order <= k.limit; ++order) {
             ASSERT_EQ(size(order, 8, 1, &a, &b, &c), qp::qpStsNoErr);
             EXPECT_EQ(b, 0);
-            if (order <= 5)
+            if (order <= 5) {
                 EXPECT_EQ(c, 0) << order;  // straight-line kernels need no buffer
-            else if (order >= 7)
+            } else if (order >= 7) {
                 EXPECT_GT(c, 64) << order;
+            }
         }
     }
 }
