@@ -51,9 +51,10 @@ constexpr int kMaxLanes = 64 / static_cast<int>(sizeof(T));
 constexpr int kDirectMaxOrder = 5;
 template <typename T>
 constexpr int kInCacheMaxOrder = 22;
-// Real kinds: direct real kernels up to this order, the half-length method above.
+// Real kinds: straight-line real kernels up to this order, the half-length method above (at order
+// 5 the straight-line kernel measured no faster in double and 20 % slower in single precision).
 template <typename T>
-constexpr int kRealDirectMaxOrder = sizeof(T) == 4 ? 4 : 3;
+constexpr int kRealDirectMaxOrder = 4;
 
 // ---------------------------------------------------------------------------------------------
 // Twiddles
