@@ -9,6 +9,7 @@
 #   5  AVX-512 F, CD, ER, PF
 #   6  AVX-512 F, CD, BW, DQ, VL
 #   w  test-only: the 512-bit source built for AVX2, so this 16-lane logic runs on any AVX2 machine
+#   6n the FFT alone with path 6's instruction sets at 32-byte vectors (see qp_add_code_path_variant)
 set(QP_PATH_FLAGS_0 -march=x86-64 -mtune=generic)
 set(QP_PATH_FLAGS_1 ${QP_PATH_FLAGS_0} -mssse3)
 set(QP_PATH_FLAGS_2 ${QP_PATH_FLAGS_0} -msse4.2)
@@ -38,4 +39,14 @@ function(qp_add_code_paths prefix)
     target_compile_definitions(${target} PRIVATE QP_PATH_NS=path${path} QP_VEC_BYTES=${QP_PATH_VEC_BYTES_${path}})
     target_include_directories(${target} PRIVATE ${ARG_INCLUDES})
   endforeach()
+endfunction()
+
+# qp_add_code_path_variant(<target> PATH <n> NAMESPACE <ns> VEC_BYTES <bytes> SOURCES ...) builds
+# sources once more with path <n>'s instruction sets at another vector width, into qp::<ns>.
+function(qp_add_code_path_variant target)
+  cmake_parse_arguments(ARG "" "PATH;NAMESPACE;VEC_BYTES" "SOURCES;INCLUDES" ${ARGN})
+  add_library(${target} OBJECT ${ARG_SOURCES})
+  target_compile_options(${target} PRIVATE ${QP_PATH_FLAGS_${ARG_PATH}} -Wno-psabi)
+  target_compile_definitions(${target} PRIVATE QP_PATH_NS=${ARG_NAMESPACE} QP_VEC_BYTES=${ARG_VEC_BYTES})
+  target_include_directories(${target} PRIVATE ${ARG_INCLUDES})
 endfunction()

@@ -1,5 +1,6 @@
 // Declarations of the per-path builds of every primitive: qp::path0 .. qp::path6 are linked into the
-// library; qp::pathw is the test-only build of the 512-bit source lowered to 256-bit instructions.
+// library (with qp::path6n, the FFT of path 6 at 32-byte vectors); qp::pathw is the test-only build
+// of the 512-bit source lowered to 256-bit instructions.
 #pragma once
 
 #include "dispatch.h"
@@ -30,6 +31,11 @@ namespace path6 {
 }
 namespace pathw {
 #include "primitives.def"
+}
+// The FFT alone is built once more with path 6's instruction sets at 32-byte vectors: path 6 hands
+// it the orders where 32-byte vectors win, and there it keeps AVX-512VL's 32 vector registers.
+namespace path6n {
+#include "fft/fft.def"
 }
 }  // namespace qp
 
