@@ -32,14 +32,17 @@ const Case& CaseFor(std::size_t kind, bool inverse, int order) {
 
 // One transform out of place (with guards and odd offsets) and once in place; the in-place result
 // must equal the out-of-place one bit for bit.
+// With kNormForward the forward result is compared against the reference divided by N (exact).
 template <typename T>
-void CheckTransform(std::size_t kindIndex, int path, bool inverse, int order, int hint) {
+void CheckTransform(std::size_t kindIndex, int path, bool inverse, int order, int hint, int flag) {
     const Kind& k = Kinds()[kindIndex];
     SCOPED_TRACE(testing::Message() << k.name << " path " << qptest::PathName(path) << " order " << order
-                                    << (inverse ? " inverse" : " forward"));
+                                    << (inverse ? " inverse" : " forward") << " flag " << flag);
     const std::int64_t n = std::int64_t{1} << order;
-    const Case& c = CaseFor(kindIndex, inverse, order);
-    fftt::SpecHolder spec(k, path, order, qp::fft::kNormInverse, hint);
+    Case c = CaseFor(kindIndex, inverse, order);
+    if (flag == qp::fft::kNormForward && !inverse)
+        for (double& v : c.want) v /= static_cast<double>(n);
+    fftt::SpecHolder spec(k, path, order, flag, hint);
     ASSERT_EQ(spec.status, qp::qpStsNoErr);
     std::vector<unsigned char> buffer(static_cast<std::size_t>(spec.bufSize) + 1);
     unsigned char* buf = spec.bufSize > 0 ? buffer.data() + (order % 7) : nullptr;
@@ -62,11 +65,12 @@ void CheckTransform(std::size_t kindIndex, int path, bool inverse, int order, in
     EXPECT_TRUE(io.TailIntact());
 }
 
-void CheckKind(std::size_t kindIndex, int path, bool inverse, int order, int hint = 1) {
+void CheckKind(std::size_t kindIndex, int path, bool inverse, int order, int hint = 1,
+               int flag = qp::fft::kNormInverse) {
     if (Kinds()[kindIndex].isDouble)
-        CheckTransform<double>(kindIndex, path, inverse, order, hint);
+        CheckTransform<double>(kindIndex, path, inverse, order, hint, flag);
     else
-        CheckTransform<float>(kindIndex, path, inverse, order, hint);
+        CheckTransform<float>(kindIndex, path, inverse, order, hint, flag);
 }
 
 class FFTPaths : public testing::TestWithParam<int> {};
@@ -78,6 +82,16 @@ TEST_P(FFTPaths, EveryKindMatchesTheReferenceUpToOrder12) {
     for (std::size_t k = 0; k < Kinds().size(); ++k)
         for (int order = 0; order <= top; ++order)
             for (bool inverse : {false, true}) CheckKind(k, GetParam(), inverse, order);
+}
+
+// The forward real double transform with the split step fused into the last radix pass (from
+// order 14; above order 12 the other tests run the dispatched path only): the smallest fused orders
+// on every path, unscaled and with the forward scale, which that pass applies.
+TEST_P(FFTPaths, RealDoubleFusedSplitStep) {
+    std::size_t r64 = 0;
+    while (Kinds()[r64].tag != qp::fft::kKindR64) ++r64;
+    for (int order : {14, 15})
+        for (int flag : {qp::fft::kNormInverse, qp::fft::kNormForward}) CheckKind(r64, GetParam(), false, order, 1, flag);
 }
 
 // The cache-blocked method (square and 2:1 matrices), reached at small orders through algorithm

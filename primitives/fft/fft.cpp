@@ -29,6 +29,13 @@ QP_INLINE int OrderLimit(int tag) {
 
 QP_INLINE bool IsReal(int tag) { return tag == fft::kKindR32 || tag == fft::kKindR64; }
 
+// Real kinds, in-cache method: from this order on the forward split step runs inside the last
+// radix pass (see LastPassSplitForward) where that pass has radix 4, as every plan of these orders
+// has but that of engine order 18 (all radix 8). With radix 8 the fused pass holds twice 16 vectors
+// plus the carried inputs and measured slower than the separate split step (real double order 19).
+// Any order of the in-cache method qualifies (the fused pass needs M / R >= 2 x the widest lanes).
+QP_INLINE int RealFusedMinOrder(int tag) { return tag == fft::kKindR64 ? 14 : 99; }
+
 // Kinds whose data is interleaved (the real kinds run on interleaved pairs too): the lane method
 // reads and writes them in pair-lane order, and their lane tables follow that order.
 QP_INLINE bool PairLanesKind(int tag) { return tag != fft::kKindC32Split && tag != fft::kKindC64Split; }
@@ -85,6 +92,9 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
         } else if (eo <= kInCacheMaxOrder<T> && !(hint == kHintBlocked && eo >= kBlockedMinOrder)) {
             body.method = fft::kMethodInCache;
             BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
+            if (spec != nullptr && IsReal(tag) && order >= RealFusedMinOrder(tag) &&
+                body.main.pass[body.main.count - 1].radix == 4)
+                body.fusedSplit = 1;
             work = 2 * m * static_cast<std::int64_t>(sizeof(T)) + fft::kBufferSlack;
         } else {
             body.method = fft::kMethodLarge;
@@ -376,13 +386,69 @@ QP_INLINE void RealDirect(bool inverse, int order, const T* src, T* dst, const T
     }
 }
 
-// Split step of the half-length method, in place on dst: Z[k] (k < M) -> packed X (N + 2 values).
+// Split step of the half-length method: Z[k] (k < M) -> packed X (N + 2 values).
 // With A = Z[k] + conj Z[M - k] and B = Z[k] - conj Z[M - k]: X[k] = (A - i W_N^k B) / 2 and
 // X[M - k] = conj(A + i W_N^k B) / 2. Where the build has FMA, each part of an output is A's part
 // plus the two products of B and W accumulated by two fused multiply-adds: two roundings instead of
 // four (product, product, sum, sum), which takes a few percent off the real kinds' error. Without
 // FMA that chain would round six times, so those builds form the product W B first. The factor 1/2
 // (times the scale) is applied last.
+//
+// One vector pair: zk holds Z[k .. k + L - 1], zj holds Z[j0 .. j0 + L - 1] with j0 = M - k - L + 1
+// (its lanes in reverse are the mirrors of zk's); xk and xj receive X at the same indices.
+// The split step alone and the last radix pass with the split fused in share it, so both round alike.
+template <typename T>
+QP_INLINE void SplitForwardVec(std::int64_t k, CVec<T> zk, CVec<T> zj, const T* wr, const T* wi, Vec<T> hv,
+                               Vec<T> nhv, CVec<T>& xk, CVec<T>& xj) {
+    zj.re = simd::Reverse<T>(zj.re);
+    zj.im = simd::Reverse<T>(zj.im);
+    const CVec<T> a{zk.re + zj.re, zk.im - zj.im};
+    const CVec<T> b{zk.re - zj.re, zk.im + zj.im};
+    const Vec<T> w0 = simd::Load(wr + k), w1 = simd::Load(wi + k);
+    if constexpr (simd::kFusedMulAdd) {
+        const Vec<T> nbr = -b.re, nbi = -b.im;
+        xk = {simd::MulAdd<T>(b.im, w0, simd::MulAdd<T>(b.re, w1, a.re)) * hv,
+              simd::MulAdd<T>(b.im, w1, simd::MulAdd<T>(nbr, w0, a.im)) * hv};
+        xj = {simd::MulAdd<T>(nbi, w0, simd::MulAdd<T>(nbr, w1, a.re)) * hv,
+              simd::MulAdd<T>(b.re, w0, simd::MulAdd<T>(nbi, w1, a.im)) * nhv};
+    } else {
+        const CVec<T> c = simd::Mul(b, CVec<T>{w0, w1});
+        xk = {(a.re + c.im) * hv, (a.im - c.re) * hv};
+        xj = {(a.re - c.im) * hv, (a.im + c.re) * nhv};
+    }
+    xj.re = simd::Reverse<T>(xj.re);
+    xj.im = simd::Reverse<T>(xj.im);
+}
+
+// One scalar pair k, j = M - k (k <= M / 2; at k = M / 2 both outputs are the same value).
+template <typename T>
+QP_INLINE void SplitForwardOne(T* d, std::int64_t k, std::int64_t j, T zkr, T zki, T zjr, T zji, const T* wr,
+                               const T* wi, T h) {
+    const T ar = zkr + zjr, ai = zki - zji, br = zkr - zjr, bi = zki + zji;
+    if constexpr (simd::kFusedMulAdd) {
+        d[2 * k] = simd::MulAdd(bi, wr[k], simd::MulAdd(br, wi[k], ar)) * h;
+        d[2 * k + 1] = simd::MulAdd(bi, wi[k], simd::MulAdd(-br, wr[k], ai)) * h;
+        d[2 * j] = simd::MulAdd(-bi, wr[k], simd::MulAdd(-br, wi[k], ar)) * h;
+        d[2 * j + 1] = simd::MulAdd(br, wr[k], simd::MulAdd(-bi, wi[k], ai)) * -h;
+    } else {
+        const T cr = wr[k] * br - wi[k] * bi, ci = wr[k] * bi + wi[k] * br;
+        d[2 * k] = (ar + ci) * h;
+        d[2 * k + 1] = (ai - cr) * h;
+        d[2 * j] = (ar - ci) * h;
+        d[2 * j + 1] = -(ai + cr) * h;
+    }
+}
+
+// Bins 0 and N / 2 from Z[0].
+template <typename T>
+QP_INLINE void SplitForwardEnds(T* d, std::int64_t m, T z0r, T z0i, T scale) {
+    d[0] = (z0r + z0i) * scale;
+    d[1] = 0;
+    d[2 * m] = (z0r - z0i) * scale;
+    d[2 * m + 1] = 0;
+}
+
+// The split step as a pass of its own, in place on d.
 template <typename T>
 QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t splitCount, T scale) {
     const T h = static_cast<T>(0.5) * scale;
@@ -397,52 +463,16 @@ QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t s
     const Vec<T> hv = simd::Broadcast<T>(h), nhv = simd::Broadcast<T>(-h);
     for (; k + L - 1 <= m - k - L + 1; k += L) {
         const std::int64_t j0 = m - k - L + 1;  // lowest index of the mirrored block
-        CVec<T> zk = simd::InterIn<T>{d}.Load(k);
-        CVec<T> zj = simd::InterIn<T>{d}.Load(j0);
-        zj.re = simd::Reverse<T>(zj.re);
-        zj.im = simd::Reverse<T>(zj.im);
-        const CVec<T> a{zk.re + zj.re, zk.im - zj.im};
-        const CVec<T> b{zk.re - zj.re, zk.im + zj.im};
-        const Vec<T> w0 = simd::Load(wr + k), w1 = simd::Load(wi + k);
         CVec<T> xk, xj;
-        if constexpr (simd::kFusedMulAdd) {
-            const Vec<T> nbr = -b.re, nbi = -b.im;
-            xk = {simd::MulAdd<T>(b.im, w0, simd::MulAdd<T>(b.re, w1, a.re)) * hv,
-                  simd::MulAdd<T>(b.im, w1, simd::MulAdd<T>(nbr, w0, a.im)) * hv};
-            xj = {simd::MulAdd<T>(nbi, w0, simd::MulAdd<T>(nbr, w1, a.re)) * hv,
-                  simd::MulAdd<T>(b.re, w0, simd::MulAdd<T>(nbi, w1, a.im)) * nhv};
-        } else {
-            const CVec<T> c = simd::Mul(b, CVec<T>{w0, w1});
-            xk = {(a.re + c.im) * hv, (a.im - c.re) * hv};
-            xj = {(a.re - c.im) * hv, (a.im + c.re) * nhv};
-        }
-        xj.re = simd::Reverse<T>(xj.re);
-        xj.im = simd::Reverse<T>(xj.im);
+        SplitForwardVec<T>(k, simd::InterIn<T>{d}.Load(k), simd::InterIn<T>{d}.Load(j0), wr, wi, hv, nhv, xk, xj);
         simd::InterOut<T>{d}.Store(k, xk);
         simd::InterOut<T>{d}.Store(j0, xj);
     }
     for (; k <= m / 2; ++k) {
         const std::int64_t j = m - k;
-        const T zkr = d[2 * k], zki = d[2 * k + 1], zjr = d[2 * j], zji = d[2 * j + 1];
-        const T ar = zkr + zjr, ai = zki - zji, br = zkr - zjr, bi = zki + zji;
-        if constexpr (simd::kFusedMulAdd) {
-            d[2 * k] = simd::MulAdd(bi, wr[k], simd::MulAdd(br, wi[k], ar)) * h;
-            d[2 * k + 1] = simd::MulAdd(bi, wi[k], simd::MulAdd(-br, wr[k], ai)) * h;
-            d[2 * j] = simd::MulAdd(-bi, wr[k], simd::MulAdd(-br, wi[k], ar)) * h;
-            d[2 * j + 1] = simd::MulAdd(br, wr[k], simd::MulAdd(-bi, wi[k], ai)) * -h;
-        } else {
-            const T cr = wr[k] * br - wi[k] * bi, ci = wr[k] * bi + wi[k] * br;
-            d[2 * k] = (ar + ci) * h;
-            d[2 * k + 1] = (ai - cr) * h;
-            d[2 * j] = (ar - ci) * h;
-            d[2 * j + 1] = -(ai + cr) * h;
-        }
+        SplitForwardOne<T>(d, k, j, d[2 * k], d[2 * k + 1], d[2 * j], d[2 * j + 1], wr, wi, h);
     }
-    const T z0r = d[0], z0i = d[1];
-    d[0] = (z0r + z0i) * scale;
-    d[1] = 0;
-    d[2 * m] = (z0r - z0i) * scale;
-    d[2 * m + 1] = 0;
+    SplitForwardEnds<T>(d, m, d[0], d[1], scale);
 }
 
 // Inverse split: packed X (src) -> 2 Z[k] in dst, k < M; positions 1 and N + 1 are not read. With
@@ -503,6 +533,94 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
     d[1] = x0 - xm;
 }
 
+// --- the split step fused into the radix passes (in-cache method, large orders) -----------------
+//
+// The last pass of the forward half-length transform (radix R, stride s = M / R, all twiddles 1)
+// runs butterfly q on Z[q + r s], r < R, and writes its outputs at q + r s. The mirror
+// M - (q + r s) = (s - q) + (R - 1 - r) s is output R - 1 - r of butterfly s - q. Running the
+// vector block of butterflies q0 .. q0 + L - 1 together with the block s - q0 - L + 1 .. s - q0
+// therefore holds every pair (k, M - k) in registers (lanes of one block reversed), and the split
+// step is applied before the stores: the separate pass over the data, the most of the real kinds'
+// cost beyond the complex transform at large orders, is gone. Blocks start at q0 = 1, so that the
+// mirror blocks are aligned and the last block meets its mirror at s / 2 (a multiple of L when
+// s >= 2 L), as in the split step alone; butterfly 0 maps onto itself (pairs r s and (R - r) s,
+// bin M / 2 and bins 0 and N / 2) and is finished in scalars. The arithmetic is that of the split
+// step (same functions), so the results are the same.
+template <int R, typename T>
+QP_FFT_LOCAL void LastPassSplitForward(simd::SplitIn<T> x, T* d, std::int64_t m, const T* split,
+                                       std::int64_t splitCount, T scale) {
+    constexpr int L = simd::kLanes<T>;
+    const std::int64_t s = m / R;
+    const T h = static_cast<T>(0.5) * scale;
+    const T* wr = split;
+    const T* wi = split + splitCount;
+    const Vec<T> hv = simd::Broadcast<T>(h), nhv = simd::Broadcast<T>(-h);
+    // The blocks from q0 = 1 are read as aligned blocks shifted down by one lane: cr and ci carry
+    // the aligned block q0 - 1 .. q0 + L - 2 of every input from one iteration to the next. Plain
+    // unaligned loads measured slower (likely because the R inputs are a power of two apart and
+    // share a few L1 sets, so the line that an unaligned load shares with the next block is gone by
+    // then). Carrying the outputs the same way to store aligned vectors made no measurable difference.
+    Vec<T> cr[R], ci[R];
+    {
+        Vec<T> re[R], im[R];
+        for (int r = 0; r < R; ++r) {
+            const CVec<T> v = x.Load(r * s);
+            re[r] = cr[r] = v.re;
+            im[r] = ci[r] = v.im;
+        }
+        Dft<R, T>(re, im);
+        T zr[R], zi[R];  // lane 0: butterfly q = 0
+        for (int r = 0; r < R; ++r) {
+            T lr[L], li[L];
+            simd::Store(lr, re[r]);
+            simd::Store(li, im[r]);
+            zr[r] = lr[0];
+            zi[r] = li[0];
+        }
+        for (int r = 1; r <= R / 2; ++r)
+            SplitForwardOne<T>(d, r * s, (R - r) * s, zr[r], zi[r], zr[R - r], zi[R - r], wr, wi, h);
+        SplitForwardEnds<T>(d, m, zr[0], zi[0], scale);
+    }
+    for (std::int64_t q0 = 1; q0 + L - 1 <= s - q0 - L + 1; q0 += L) {
+        const std::int64_t j0 = s - q0 - L + 1;
+        Vec<T> ar[R], ai[R], br[R], bi[R];
+        for (int r = 0; r < R; ++r) {
+            const CVec<T> u = x.Load(q0 - 1 + L + r * s), v = x.Load(j0 + r * s);
+            ar[r] = simd::ShiftDown<1, T>(cr[r], u.re);
+            ai[r] = simd::ShiftDown<1, T>(ci[r], u.im);
+            cr[r] = u.re;
+            ci[r] = u.im;
+            br[r] = v.re;
+            bi[r] = v.im;
+        }
+        Dft<R, T>(ar, ai);
+        Dft<R, T>(br, bi);
+        for (int r = 0; r < R / 2; ++r) {
+            const int t = R - 1 - r;
+            const simd::InterOut<T> y{d};
+            CVec<T> xk, xj;
+            SplitForwardVec<T>(q0 + r * s, CVec<T>{ar[r], ai[r]}, CVec<T>{br[t], bi[t]}, wr, wi, hv, nhv, xk, xj);
+            y.Store(q0 + r * s, xk);
+            y.Store(j0 + t * s, xj);
+            SplitForwardVec<T>(j0 + r * s, CVec<T>{br[r], bi[r]}, CVec<T>{ar[t], ai[t]}, wr, wi, hv, nhv, xk, xj);
+            y.Store(j0 + r * s, xk);
+            y.Store(q0 + t * s, xj);
+        }
+    }
+}
+
+// The forward real transform of the in-cache method with the split step fused into the last pass.
+template <typename T>
+QP_INLINE void RealFusedForward(const Spec<T>* s, const T* src, T* dst, T* work, T scale) {
+    const fft::Plan& plan = s->b.main;
+    const std::int64_t m = std::int64_t{1} << plan.order;
+    const std::int64_t splitCount = (2 * m) / 4 + 1;
+    FirstPass<T>(simd::InterIn<T>{src}, simd::SplitOut<T>{work, work + m}, plan.pass[0], m);
+    MiddlePasses<T>(plan, dst, dst + m, work);
+    const simd::SplitIn<T> fromWork{work, work + m};
+    LastPassSplitForward<4, T>(fromWork, dst, m, s->h.split, splitCount, scale);  // radix 4 (see Layout)
+}
+
 template <typename T>
 QP_INLINE Status Real(int tag, bool inverse, const T* src, T* dst, const void* spec, unsigned char* buf) {
     const Status st = Check<T>(spec, tag, src != nullptr && dst != nullptr, buf);
@@ -521,6 +639,8 @@ QP_INLINE Status Real(int tag, bool inverse, const T* src, T* dst, const void* s
     if (inverse) {
         SplitInverse<T>(src, dst, m, s->h.split, splitCount);
         RunComplex<true, T>(s, simd::InterIn<T, true>{dst}, simd::InterOut<T, true>{dst}, dst, dst + m, work, scaled);
+    } else if (s->b.method == fft::kMethodInCache && s->b.fusedSplit != 0) {
+        RealFusedForward<T>(s, src, dst, work, scale);
     } else {
         RunComplex<true, T>(s, simd::InterIn<T, false>{src}, simd::InterOut<T, false>{dst}, dst, dst + m, work, false);
         SplitForward<T>(dst, m, s->h.split, splitCount, scale);

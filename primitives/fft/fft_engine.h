@@ -445,21 +445,27 @@ QP_FFT_LOCAL void MiddlePass(simd::SplitIn<T> x, simd::SplitOut<T> y, const fft:
     }
 }
 
-// One transform by an even-count plan: source -> work -> destination -> ... -> destination.
-template <typename T, typename In, typename Out>
-QP_INLINE void RunInCache(const Plan& plan, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled, T scale) {
+// Passes 1 .. count - 2 of an even-count plan: work -> destination -> work ... -> work.
+template <typename T>
+QP_INLINE void MiddlePasses(const Plan& plan, T* dstRe, T* dstIm, T* work) {
     const std::int64_t total = std::int64_t{1} << plan.order;
-    using Split = simd::SplitIn<T>;
-    using SplitW = simd::SplitOut<T>;
-    const Split fromWork{work, work + total}, fromDst{dstRe, dstIm};
-    const SplitW toWork{work, work + total}, toDst{dstRe, dstIm};
-    FirstPass<T>(x, toWork, plan.pass[0], total);
+    const simd::SplitIn<T> fromWork{work, work + total}, fromDst{dstRe, dstIm};
+    const simd::SplitOut<T> toWork{work, work + total}, toDst{dstRe, dstIm};
     for (int i = 1; i + 1 < plan.count; ++i) {
         if (i & 1)
             MiddlePass<T>(fromWork, toDst, plan.pass[i], total);
         else
             MiddlePass<T>(fromDst, toWork, plan.pass[i], total);
     }
+}
+
+// One transform by an even-count plan: source -> work -> destination -> ... -> destination.
+template <typename T, typename In, typename Out>
+QP_INLINE void RunInCache(const Plan& plan, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled, T scale) {
+    const std::int64_t total = std::int64_t{1} << plan.order;
+    const simd::SplitIn<T> fromWork{work, work + total};
+    FirstPass<T>(x, simd::SplitOut<T>{work, work + total}, plan.pass[0], total);
+    MiddlePasses<T>(plan, dstRe, dstIm, work);
     if (scaled)
         ColumnPass<true, T>(fromWork, y, plan.pass[plan.count - 1], total, scale);
     else

@@ -88,6 +88,16 @@ QP_INLINE Vec<T> Reverse(Vec<T> a) {
     constexpr int L = kLanes<T>;
     return ShuffleBy<ReverseIndex<L>>(a, a, std::make_index_sequence<L>{});
 }
+// Lanes D .. L - 1 of a, then lanes 0 .. D - 1 of b: the vector D elements further on of two
+// consecutive vectors.
+template <int D>
+struct ShiftDownIndex {
+    static constexpr int At(int t) { return t + D; }
+};
+template <int D, typename T>
+QP_INLINE Vec<T> ShiftDown(Vec<T> a, Vec<T> b) {
+    return ShuffleBy<ShiftDownIndex<D>>(a, b, std::make_index_sequence<kLanes<T>>{});
+}
 
 // Square transpose of L vectors of L lanes, up to a known order of the rows and of the columns,
 // built from the shuffles that are cheap on every width: level g pairs vector i with vector i + 2^g
