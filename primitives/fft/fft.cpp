@@ -36,6 +36,11 @@ QP_INLINE bool IsReal(int tag) { return tag == fft::kKindR32 || tag == fft::kKin
 // Any order of the in-cache method qualifies (the fused pass needs M / R >= 2 x the widest lanes).
 QP_INLINE int RealFusedMinOrder(int tag) { return tag == fft::kKindR64 ? 14 : 99; }
 
+// Whether a real forward transform of the in-cache method (plan `plan`) fuses its split step.
+QP_INLINE bool FusesSplit(int tag, int order, const fft::Plan& plan) {
+    return order >= RealFusedMinOrder(tag) && plan.pass[plan.count - 1].radix == 4;
+}
+
 // Kinds whose data is interleaved (the real kinds run on interleaved pairs too): the lane method
 // reads and writes them in pair-lane order, and their lane tables follow that order.
 QP_INLINE bool PairLanesKind(int tag) { return tag != fft::kKindC32Split && tag != fft::kKindC64Split; }
@@ -92,9 +97,6 @@ QP_INLINE std::int64_t Layout(int tag, int order, int hint, Spec<T>* spec, std::
         } else if (eo <= kInCacheMaxOrder<T> && !(hint == kHintBlocked && eo >= kBlockedMinOrder)) {
             body.method = fft::kMethodInCache;
             BuildPlan<T>(spec != nullptr ? &body.main : nullptr, eo, 1, arena);
-            if (spec != nullptr && IsReal(tag) && order >= RealFusedMinOrder(tag) &&
-                body.main.pass[body.main.count - 1].radix == 4)
-                body.fusedSplit = 1;
             work = 2 * m * static_cast<std::int64_t>(sizeof(T)) + fft::kBufferSlack;
         } else {
             body.method = fft::kMethodLarge;
@@ -611,14 +613,13 @@ QP_FFT_LOCAL void LastPassSplitForward(simd::SplitIn<T> x, T* d, std::int64_t m,
 
 // The forward real transform of the in-cache method with the split step fused into the last pass.
 template <typename T>
-QP_INLINE void RealFusedForward(const Spec<T>* s, const T* src, T* dst, T* work, T scale) {
+QP_INLINE void RealFusedForward(const Spec<T>* s, const T* src, T* dst, T* work, std::int64_t m,
+                                std::int64_t splitCount, T scale) {
     const fft::Plan& plan = s->b.main;
-    const std::int64_t m = std::int64_t{1} << plan.order;
-    const std::int64_t splitCount = (2 * m) / 4 + 1;
     FirstPass<T>(simd::InterIn<T>{src}, simd::SplitOut<T>{work, work + m}, plan.pass[0], m);
     MiddlePasses<T>(plan, dst, dst + m, work);
     const simd::SplitIn<T> fromWork{work, work + m};
-    LastPassSplitForward<4, T>(fromWork, dst, m, s->h.split, splitCount, scale);  // radix 4 (see Layout)
+    LastPassSplitForward<4, T>(fromWork, dst, m, s->h.split, splitCount, scale);  // radix 4 (see FusesSplit)
 }
 
 template <typename T>
@@ -639,8 +640,8 @@ QP_INLINE Status Real(int tag, bool inverse, const T* src, T* dst, const void* s
     if (inverse) {
         SplitInverse<T>(src, dst, m, s->h.split, splitCount);
         RunComplex<true, T>(s, simd::InterIn<T, true>{dst}, simd::InterOut<T, true>{dst}, dst, dst + m, work, scaled);
-    } else if (s->b.method == fft::kMethodInCache && s->b.fusedSplit != 0) {
-        RealFusedForward<T>(s, src, dst, work, scale);
+    } else if (s->b.method == fft::kMethodInCache && FusesSplit(tag, order, s->b.main)) {
+        RealFusedForward<T>(s, src, dst, work, m, splitCount, scale);
     } else {
         RunComplex<true, T>(s, simd::InterIn<T, false>{src}, simd::InterOut<T, false>{dst}, dst, dst + m, work, false);
         SplitForward<T>(dst, m, s->h.split, splitCount, scale);

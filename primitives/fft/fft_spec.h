@@ -84,7 +84,7 @@ struct Body {
     std::int32_t rows;    // large method: N = rows * cols, rows = cols or 2 * cols
     std::int32_t cols;
     std::int32_t loBits;  // large method: W_N^e = hi[e >> loBits] * lo[e & (2^loBits - 1)]
-    std::int32_t fusedSplit;  // real forward, in-cache method: split step fused into the last pass
+    std::int32_t pad;
     Plan main;         // in-cache method
     Plan columns;      // large method: batched transforms of length rows
     Plan rowsPlan;     // large method: batched transforms of length cols
