@@ -10,6 +10,7 @@
 #   6  AVX-512 F, CD, BW, DQ, VL
 #   w  test-only: the 512-bit source built for AVX2, so this 16-lane logic runs on any AVX2 machine
 #   6n the FFT alone with path 6's instruction sets at 32-byte vectors (see qp_add_code_path_variant)
+#   4q, 6q the FFT alone with path 4's and path 6's instruction sets at 16-byte vectors
 set(QP_PATH_FLAGS_0 -march=x86-64 -mtune=generic)
 set(QP_PATH_FLAGS_1 ${QP_PATH_FLAGS_0} -mssse3)
 set(QP_PATH_FLAGS_2 ${QP_PATH_FLAGS_0} -msse4.2)

@@ -252,6 +252,33 @@ QP_INLINE void Dft(Vec<T>* re, Vec<T>* im) {
             cr[j] = re[j] - re[j + 4];
             ci[j] = im[j] - im[j + 4];
         }
+        if constexpr (simd::kFusedMulAdd) {
+            // The odd outputs are the 4-point transform of (c0, W_8 c1, -i c2, W_8^3 c3), and
+            // W_8 c1 = h u1, W_8^3 c3 = h u3 with u1, u3 sums of c's parts: the 4-point transform
+            // adds and subtracts h (u1 + u3) and h (u1 - u3), so the factor h goes into fused
+            // multiply-adds of the last stage. Three roundings on the way to an odd output instead
+            // of four, and fewer operations.
+            const Vec<T> nh = -h;
+            const Vec<T> u1r = cr[1] + ci[1], u1i = ci[1] - cr[1];
+            const Vec<T> u3r = ci[3] - cr[3], u3i = -(cr[3] + ci[3]);
+            const Vec<T> ar = cr[0] + ci[2], ai = ci[0] - cr[2];  // c0 + (-i c2)
+            const Vec<T> gr = cr[0] - ci[2], gi = ci[0] + cr[2];  // c0 - (-i c2)
+            const Vec<T> er = u1r + u3r, ei = u1i + u3i, fr = u1r - u3r, fi = u1i - u3i;
+            Dft<4, T>(br, bi);
+            for (int k = 0; k < 4; ++k) {
+                re[2 * k] = br[k];
+                im[2 * k] = bi[k];
+            }
+            re[1] = simd::MulAdd<T>(h, er, ar);
+            im[1] = simd::MulAdd<T>(h, ei, ai);
+            re[5] = simd::MulAdd<T>(nh, er, ar);
+            im[5] = simd::MulAdd<T>(nh, ei, ai);
+            re[3] = simd::MulAdd<T>(h, fi, gr);
+            im[3] = simd::MulAdd<T>(nh, fr, gi);
+            re[7] = simd::MulAdd<T>(nh, fi, gr);
+            im[7] = simd::MulAdd<T>(h, fr, gi);
+            return;
+        }
         // c1 *= W_8, c2 *= -i, c3 *= W_8^3
         const Vec<T> c1r = (cr[1] + ci[1]) * h, c1i = (ci[1] - cr[1]) * h;
         const Vec<T> c3r = (ci[3] - cr[3]) * h, c3i = -(cr[3] + ci[3]) * h;
