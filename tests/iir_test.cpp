@@ -232,14 +232,7 @@ TEST_P(IIRPaths, RefusalsWriteNothing) {
         zeroA0[4] = T(0);
         zeroSectionA0[9] = T(0);
         const T* taps = arb.taps.data();
-        const struct {
-            bool biquad;
-            const T* taps;
-            int order;
-            void** pp;
-            unsigned char* buffer;
-            qp::Status want;
-        } refusals[] = {
+        const struct { bool biquad; const T* taps; int order; void** pp; unsigned char* buffer; qp::Status want; } refusals[] = {
             {false, nullptr, 3, &state, buf, qp::qpStsNullPtrErr},      {false, taps, 3, nullptr, buf, qp::qpStsNullPtrErr},
             {false, taps, 3, &state, nullptr, qp::qpStsNullPtrErr},     {false, nullptr, 0, &state, buf, qp::qpStsNullPtrErr},
             {false, taps, 0, &state, buf, qp::qpStsIIROrderErr},        {false, taps, -1, &state, buf, qp::qpStsIIROrderErr},

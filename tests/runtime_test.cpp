@@ -27,15 +27,12 @@ std::uint64_t Detected() {
     return mask;
 }
 
-class RuntimeFeatures : public qp_test::FakeProcessorTest {};
+class Runtime : public qp_test::FakeProcessorTest {};
 
 // One source bit alone sets exactly its mask bit (or none): a swapped row shows as a wrong bit.
-TEST_F(RuntimeFeatures, EachSourceBitSetsOneMaskBit) {
+TEST_F(Runtime, EachSourceBitSetsOneMaskBit) {
     enum Reg { L1Edx, L1Ecx, L7Ebx, L7Ecx, L7Edx, X1Ecx };
-    const struct {
-        Reg reg;
-        int from, to;  // to -1: no mask bit on its own
-    } rows[] = {
+    const struct { Reg reg; int from, to; } rows[] = {  // to -1: no mask bit on its own
         {L1Edx, 23, 0},  {L1Edx, 25, 1},  {L1Edx, 26, 2},  {L1Ecx, 0, 3},   {L1Ecx, 9, 4},   {L1Ecx, 22, 5},
         {L1Ecx, 19, 6},  {L1Ecx, 20, 7},  {L1Ecx, 28, 8},  {L1Ecx, 25, 10}, {L1Ecx, 1, 11},  {L1Ecx, 30, 13},
         {L1Ecx, 29, 14}, {L7Ebx, 19, 16}, {L7Ebx, 18, 17}, {L7Ebx, 29, 19}, {L7Ebx, 16, 20}, {L7Ebx, 28, 21},
@@ -56,13 +53,9 @@ TEST_F(RuntimeFeatures, EachSourceBitSetsOneMaskBit) {
 
 // Bits that need several conditions, the leaf limits that hide leaves 7 and 0x80000001, and every
 // register of every leaf set: bits 0..33 but the reserved 12 and 31.
-TEST_F(RuntimeFeatures, CombinedConditionsAndLeafLimits) {
+TEST_F(Runtime, CombinedConditionsAndLeafLimits) {
     constexpr std::uint32_t kOsAvx = (1u << 27) | (1u << 28), kAvx2Ebx = (1u << 3) | (1u << 5) | (1u << 8);
-    const struct {
-        const char* name;
-        std::uint32_t maxLeaf, maxExt, l1eax, l1ecx, l7ebx, x1ecx;
-        std::uint64_t xcr0, expected;
-    } cases[] = {
+    const struct { const char* name; std::uint32_t maxLeaf, maxExt, l1eax, l1ecx, l7ebx, x1ecx; std::uint64_t xcr0, expected; } cases[] = {
         {"avx enabled by os", 7, 0, 0, kOsAvx, 0, 0, 0x6, Bit(8) | Bit(9)},   {"ymm state off", 7, 0, 0, kOsAvx, 0, 0, 0x2, Bit(8)},
         {"xmm state off", 7, 0, 0, kOsAvx, 0, 0, 0x4, Bit(8)},                {"no osxsave", 7, 0, 0, 1u << 28, 0, 0, 0xFF, Bit(8)},
         {"avx512 and ymm state, no avx", 7, 0, 0, 1u << 27, 0, 0, 0xE6, Bit(33)},
@@ -95,7 +88,7 @@ TEST_F(RuntimeFeatures, CombinedConditionsAndLeafLimits) {
 
 // A null mask is refused; the detection is cached (a later change of the processor is not seen);
 // a processor without leaf 1 is not supported.
-TEST_F(RuntimeFeatures, ErrorsAndCaching) {
+TEST_F(Runtime, FeatureErrorsAndCaching) {
     MakeProcessor(Model::Avx2);
     Reinstall();
     EXPECT_EQ(qp::GetCpuFeatures(nullptr, nullptr), qp::qpStsNullPtrErr);
@@ -109,24 +102,18 @@ TEST_F(RuntimeFeatures, ErrorsAndCaching) {
 }
 
 // The register array: leaf 1 by default, any leaf when the mask holds the request word.
-TEST_F(RuntimeFeatures, RegisterQuery) {
+TEST_F(Runtime, RegisterQuery) {
     const CpuidRegs leaf1 = {0x000306A9u, 0x11223344u, (1u << 9) | (1u << 0), (1u << 23) | (1u << 25) | (1u << 26)};
     const CpuidRegs leaf4s0 = {0x121u, 0, 0, 0}, leaf4s1 = {0x21u, 0x01C0003Fu, 0x3Fu, 0x1u};
-    const struct {
-        std::uint64_t maskIn;
-        std::uint32_t leaf, subleaf;
-        CpuidRegs expected;
-    } cases[] = {{0, 4, 1, leaf1},
-                 {qp::kGetInfoRequest, 4, 1, leaf4s1},
-                 {qp::kGetInfoRequest, 4, 0, leaf4s0},
-                 {qp::kGetInfoRequest + 1, 4, 1, leaf1}};
+    const struct { std::uint64_t maskIn; std::uint32_t leaf, subleaf; CpuidRegs expected; } cases[] = {
+        {0, 4, 1, leaf1}, {qp::kGetInfoRequest, 4, 1, leaf4s1}, {qp::kGetInfoRequest, 4, 0, leaf4s0}, {qp::kGetInfoRequest + 1, 4, 1, leaf1}};
+    ResetFake(7);
+    Fake().Leaf(1) = leaf1;
+    Fake().Leaf(4, 0) = leaf4s0;
+    Fake().Leaf(4, 1) = leaf4s1;
+    Reinstall();
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.maskIn) + " leaf " + std::to_string(c.leaf) + "." + std::to_string(c.subleaf));
-        ResetFake(7);
-        Fake().Leaf(1) = leaf1;
-        Fake().Leaf(4, 0) = leaf4s0;
-        Fake().Leaf(4, 1) = leaf4s1;
-        Reinstall();
         std::uint64_t mask = c.maskIn;
         std::array<std::uint32_t, 4> regs = {c.leaf, 0xDEADBEEFu, c.subleaf, 0xDEADBEEFu};
         ASSERT_EQ(qp::GetCpuFeatures(&mask, regs.data()), qp::qpStsNoErr);
@@ -135,25 +122,13 @@ TEST_F(RuntimeFeatures, RegisterQuery) {
     }
 }
 
-class RuntimeCodePath : public qp_test::FakeProcessorTest {};
-
 // Every row of the path choice: the status, the path and the enabled mask of a request on a model.
-TEST_F(RuntimeCodePath, SetCpuFeaturesChoosesPathAndStatus) {
+TEST_F(Runtime, SetCpuFeaturesChoosesPathAndStatus) {
     constexpr std::uint64_t kAll512 = 0x2073083FFull, kMic = 0x200F083FFull;
-    const struct {
-        const char* name;
-        Model model;
-        std::uint64_t request;
-        qp::Status status;
-        std::int32_t index;
-        std::uint64_t enabled;
-    } cases[] = {
-        {"everything detected", Model::Avx512, kAll512, 0, 6, kAll512},
-        {"512 group with implied", Model::Avx512, 0x73081DF, 0, 6, 0x73081DF},
-        {"512 group alone", Model::Avx512, 0x7300000, 51, 6, 0x73081DF},
-        {"both 512 groups", Model::Avx512, 0x7F081DF, 49, 6, 0x7F081DF},
-        {"many-core group", Model::Avx512ManyCore, kMic, 0, 5, kMic},
-        {"many-core request on a bw processor", Model::Avx512, 0xF081DF, 49, 5, 0xF081DF},
+    const struct { const char* name; Model model; std::uint64_t request; qp::Status status; std::int32_t index; std::uint64_t enabled; } cases[] = {
+        {"everything detected", Model::Avx512, kAll512, 0, 6, kAll512},     {"512 group with implied", Model::Avx512, 0x73081DF, 0, 6, 0x73081DF},
+        {"512 group alone", Model::Avx512, 0x7300000, 51, 6, 0x73081DF},   {"both 512 groups", Model::Avx512, 0x7F081DF, 49, 6, 0x7F081DF},
+        {"many-core group", Model::Avx512ManyCore, kMic, 0, 5, kMic},      {"many-core request on a bw processor", Model::Avx512, 0xF081DF, 49, 5, 0xF081DF},
         {"avx2 alone", Model::Avx2, Bit(15), 51, 4, 0x81DF},        {"avx2 with implied", Model::Avx2, 0x81DF, 0, 4, 0x81DF},
         {"avx", Model::Avx, 0x1DF, 0, 3, 0x1DF},                    {"sse4.2", Model::Sse42, 0xDF, 0, 2, 0xDF},
         {"sse4.1", Model::Sse42, 0x7F, 0, 1, 0x7F},                 {"movbe", Model::Sse42, 0x3F, 0, 1, 0x3F},
@@ -161,18 +136,14 @@ TEST_F(RuntimeCodePath, SetCpuFeaturesChoosesPathAndStatus) {
         {"sse2 without mmx", Model::Sse2, 0x6, 51, 0, 0x7},         {"sse2", Model::Sse2, 0x7, 0, 0, 0x7},
         {"sse without sse2", Model::Sse2, 0x3, 36, 0, 0x3},         {"sse alone", Model::Sse2, 0x2, 36, 0, 0x3},
         {"nothing", Model::Sse2, 0, 36, 0, 0x1},                    {"unknown bit 40", Model::Avx2, Bit(40) | Bit(15), 50, 4, Bit(40) | 0x81DF},
-        {"unknown bit 34 only", Model::Avx2, Bit(34), 50, 0, Bit(34) | 1},
-        {"unknown bit 62 only", Model::Avx2, Bit(62), 50, 0, Bit(62) | 1},
+        {"unknown bit 34 only", Model::Avx2, Bit(34), 50, 0, Bit(34) | 1},  {"unknown bit 62 only", Model::Avx2, Bit(62), 50, 0, Bit(62) | 1},
         {"unknown then missing", Model::Sse42, Bit(40) | Bit(10) | 0xFF, 49, 2, Bit(40) | 0x4FF},
         {"avx without os support", Model::AvxWithoutOs, 0x1FF, 49, 2, 0xFF},
-        {"avx2 and avx without os", Model::Sse42, 0x8100, 49, 0, 0x1},
-        {"avx2 on sse4.2", Model::Sse42, 0x81FF, 49, 2, 0xFF},
+        {"avx2 and avx without os", Model::Sse42, 0x8100, 49, 0, 0x1},     {"avx2 on sse4.2", Model::Sse42, 0x81FF, 49, 2, 0xFF},
         {"512 request keeps its bits", Model::Avx2, Bit(20) | 0x81DF, 49, 2, Bit(20) | 0xDF},
         {"ifma request drops avx", Model::Avx2, Bit(32) | 0x81DF, 49, 2, Bit(32) | 0xDF},
-        {"512 request on avx2", Model::Avx2, kAll512, 49, 6, kAll512},
-        {"bit 33 missing", Model::Avx2, Bit(33) | 0x81DF, 49, 4, Bit(33) | 0x81DF},
-        {"reserved bit missing", Model::Sse42, Bit(12) | 0xFF, 49, 2, 0x10FF},
-        {"missing below a path", Model::Sse2, 0x9, 49, 0, 0xF},
+        {"512 request on avx2", Model::Avx2, kAll512, 49, 6, kAll512},     {"bit 33 missing", Model::Avx2, Bit(33) | 0x81DF, 49, 4, Bit(33) | 0x81DF},
+        {"reserved bit missing", Model::Sse42, Bit(12) | 0xFF, 49, 2, 0x10FF}, {"missing below a path", Model::Sse2, 0x9, 49, 0, 0xF},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -189,7 +160,7 @@ TEST_F(RuntimeCodePath, SetCpuFeaturesChoosesPathAndStatus) {
 // The take-as-given flag: the enabled mask becomes the detected one, no check is made; later
 // requests are checked against the replaced detection, not the processor. A mask is enabled only
 // when every one of its bits is.
-TEST_F(RuntimeCodePath, TakeAsGivenReplacesDetectionAndTestEnabledNeedsEveryBit) {
+TEST_F(Runtime, TakeAsGivenReplacesDetectionAndTestEnabledNeedsEveryBit) {
     MakeProcessor(Model::Avx512);
     Reinstall();
     std::int32_t index = -1;
@@ -211,13 +182,8 @@ TEST_F(RuntimeCodePath, TakeAsGivenReplacesDetectionAndTestEnabledNeedsEveryBit)
 
 // Each typical processor, of the reference vendor and of another; then a processor without the
 // feature leaf, after a request had left path 1 behind: path 0 and the base mask.
-TEST_F(RuntimeCodePath, InitLibraryOnTypicalProcessors) {
-    const struct {
-        Model model;
-        qp::Status status;
-        std::int32_t index;
-        std::uint64_t enabled;
-    } cases[] = {
+TEST_F(Runtime, InitLibraryOnTypicalProcessors) {
+    const struct { Model model; qp::Status status; std::int32_t index; std::uint64_t enabled; } cases[] = {
         {Model::Sse2, 0, 0, 0x7},   {Model::Sse42, 0, 2, 0xFF},           {Model::AvxWithoutOs, 49, 2, 0xFF},
         {Model::Avx, 0, 3, 0x3FF},  {Model::Avx2, 0, 4, 0x83FF},          {Model::Avx512ManyCore, 0, 5, 0x200F083FF},
         {Model::Avx512, 0, 6, 0x2073083FF},
@@ -244,22 +210,14 @@ TEST_F(RuntimeCodePath, InitLibraryOnTypicalProcessors) {
     }
 }
 
-class RuntimeFrequency : public qp_test::FakeProcessorTest {};
-
 // Scripted counter reads, one second per time() call: the rounds' tick counts are the differences of
 // successive pairs, the first pair discarded.
-TEST_F(RuntimeFrequency, FromScriptedCounter) {
-    const struct {
-        const char* name;
-        std::uint64_t ticks[3];
-        int mhz;
-    } cases[] = {
-        {"first round discarded", {1000000000, 2400000000, 2600000000}, 2500},
-        {"truncated, not rounded", {1, 1000000000, 1001900032}, 1000},
-        {"ticks rounded to float", {1, 1999999999, 2000000000}, 2000},  // exact sum gives 1999
-        {"sum rounded in float", {1, 2000000000, 1999999872}, 2000},    // exact sum gives 1999
-        {"no ticks", {5, 0, 0}, 0},
-    };
+TEST_F(Runtime, FrequencyFromScriptedCounter) {
+    // The exact sums of the two rounding rows give 1999.
+    const struct { const char* name; std::uint64_t ticks[3]; int mhz; } cases[] = {
+        {"first round discarded", {1000000000, 2400000000, 2600000000}, 2500}, {"truncated, not rounded", {1, 1000000000, 1001900032}, 1000},
+        {"ticks rounded to float", {1, 1999999999, 2000000000}, 2000},         {"sum rounded in float", {1, 2000000000, 1999999872}, 2000},
+        {"no ticks", {5, 0, 0}, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ResetFake(7);
@@ -277,7 +235,7 @@ TEST_F(RuntimeFrequency, FromScriptedCounter) {
 
 // The counter runs with the clock: each round must wait for the next second to count its ticks.
 // The answer is cached: a second call reads no counter.
-TEST_F(RuntimeFrequency, WaitsForSecondBoundaryAndCaches) {
+TEST_F(Runtime, FrequencyWaitsForSecondBoundaryAndCaches) {
     ResetFake(7);
     Fake().callsPerSecond = 1000;
     Fake().tscPerNowCall = 2400000;  // 2.4e9 ticks per second once a round spans a whole second
@@ -293,8 +251,6 @@ TEST_F(RuntimeFrequency, WaitsForSecondBoundaryAndCaches) {
     }
 }
 
-class RuntimeCache : public qp_test::FakeProcessorTest {};
-
 // Leaf-4 sub-leaf of a cache: type (1 data, 2 instruction, 3 unified) and its geometry.
 CpuidRegs Leaf4(std::uint32_t type, std::uint32_t ways, std::uint32_t partitions, std::uint32_t line, std::uint32_t sets) {
     return {type | (1u << 5), ((ways - 1) << 22) | ((partitions - 1) << 12) | (line - 1), sets - 1, 0};
@@ -302,27 +258,19 @@ CpuidRegs Leaf4(std::uint32_t type, std::uint32_t ways, std::uint32_t partitions
 
 // From leaf 4 (the largest data or unified cache and its line) or, below it, from the leaf-2
 // descriptors (no line size).
-TEST_F(RuntimeCache, DeterministicParametersAndDescriptors) {
+TEST_F(Runtime, CacheFromParametersAndDescriptors) {
     const CpuidRegs l1d = Leaf4(1, 8, 1, 64, 64), l2 = Leaf4(3, 4, 1, 64, 1024), l3 = Leaf4(3, 16, 1, 64, 8192);
     std::vector<CpuidRegs> thirtyThird(32, l1d);
     thirtyThird.push_back(l3);
-    const struct {
-        const char* name;
-        std::vector<CpuidRegs> subleaves;
-        int bytes, line;
-        qp::Status status;
-    } cases[] = {
+    const struct { const char* name; std::vector<CpuidRegs> subleaves; int bytes, line; qp::Status status; } cases[] = {
         {"typical hierarchy", {l1d, Leaf4(2, 8, 1, 64, 64), l2, l3}, 8 << 20, 64, 0},
         {"instruction cache skipped", {l1d, Leaf4(2, 16, 1, 128, 512)}, 32 << 10, 64, 0},
         {"stops at type 0", {l1d, {}, l3}, 32 << 10, 64, 0},
         {"equal size keeps the first", {Leaf4(3, 8, 1, 64, 512), Leaf4(3, 8, 1, 128, 256), l1d}, 256 << 10, 64, 0},
         {"larger replaces", {Leaf4(3, 8, 1, 128, 256), Leaf4(3, 8, 1, 32, 2048)}, 512 << 10, 32, 0},
-        {"every field", {Leaf4(1, 3, 5, 32, 7)}, 3 * 5 * 32 * 7, 32, 0},
-        {"widest ways", {Leaf4(1, 1024, 1, 1, 1)}, 1024, 1, 0},
-        {"widest partitions", {Leaf4(1, 1, 1024, 1, 1)}, 1024, 1, 0},
-        {"widest line", {Leaf4(1, 1, 1, 4096, 1)}, 4096, 4096, 0},
-        {"only 32 sub-leaves", thirtyThird, 32 << 10, 64, 0},
-        {"no caches", {}, 0, -1, 37},
+        {"every field", {Leaf4(1, 3, 5, 32, 7)}, 3 * 5 * 32 * 7, 32, 0},   {"widest ways", {Leaf4(1, 1024, 1, 1, 1)}, 1024, 1, 0},
+        {"widest partitions", {Leaf4(1, 1, 1024, 1, 1)}, 1024, 1, 0},     {"widest line", {Leaf4(1, 1, 1, 4096, 1)}, 4096, 4096, 0},
+        {"only 32 sub-leaves", thirtyThird, 32 << 10, 64, 0},             {"no caches", {}, 0, -1, 37},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -335,13 +283,7 @@ TEST_F(RuntimeCache, DeterministicParametersAndDescriptors) {
         EXPECT_EQ(qp::GetCacheLineSize(), c.line);
     }
 
-    const struct {
-        const char* name;
-        std::uint32_t maxLeaf;
-        CpuidRegs leaf2;
-        int bytes;
-        qp::Status status;
-    } descriptors[] = {
+    const struct { const char* name; std::uint32_t maxLeaf; CpuidRegs leaf2; int bytes; qp::Status status; } descriptors[] = {
         {"first row, in eax", 2, {0x0000EC01, 0, 0, 0}, 24 << 20, 0},  {"eax top byte", 2, {0x48000001, 0, 0, 0}, 3 << 20, 0},
         {"in edx", 2, {0x01, 0, 0, 0x00430000}, 512 << 10, 0},       {"odd size in ebx", 3, {0x01, 0x3D, 0, 0}, 384 << 10, 0},
         {"last row", 2, {0x01, 0, 0x41000000, 0}, 128 << 10, 0},     {"skipped register", 2, {0x01, 0x80000049u, 0x21, 0}, 256 << 10, 0},
@@ -363,14 +305,8 @@ TEST_F(RuntimeCache, DeterministicParametersAndDescriptors) {
 }
 
 // Another vendor or a highest leaf of 1 is not supported; the answer, found or not, is cached.
-TEST_F(RuntimeCache, UnsupportedAndCached) {
-    const struct {
-        const char* name;
-        std::uint32_t maxLeaf;
-        bool reference;
-        qp::Status status;
-        int bytes;
-    } cases[] = {{"other vendor", 0xB, false, 36, -1}, {"highest leaf 1", 1, true, 36, -1}, {"found", 0xB, true, 0, 64 << 10}, {"not found", 2, true, 37, 0}};
+TEST_F(Runtime, CacheUnsupportedAndCached) {
+    const struct { const char* name; std::uint32_t maxLeaf; bool reference; qp::Status status; int bytes; } cases[] = {{"other vendor", 0xB, false, 36, -1}, {"highest leaf 1", 1, true, 36, -1}, {"found", 0xB, true, 0, 64 << 10}, {"not found", 2, true, 37, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ResetFake(c.maxLeaf, c.reference ? kReferenceVendor : kOtherVendor);
