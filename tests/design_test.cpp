@@ -5,11 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <vector>
 
-#include "paths.h"
+#include "vector_support.h"
 #include "quoraccelerate/filter/fir.h"
 #include "quoraccelerate/utility/design.h"
 
@@ -19,20 +18,16 @@ namespace qu = quoraccelerate::utility;
 namespace qf = quoraccelerate::filter;
 using LD = long double;
 const LD kPi = 3.141592653589793238462643383279502884L;
-const auto kHann = static_cast<qu::DSPWindowType>(3);
-
-constexpr int kTapCounts[] = {5, 6, 7, 8, 9, 16, 31, 32, 33, 64, 65, 101, 256};
-constexpr double kFreqs[] = {0.01, 0.1, 0.2, 0.25, 0.3, 0.45, 0.499};
 
 // Windowed ideal response; window 4 (and above) applies none.
 std::vector<LD> Reference(double f, int N, int window, bool normalize) {
     const LD c = (N - 1) / 2.0L, M = N - 1;
     const LD alpha = -0.5L / (1 + std::cos(2 * kPi / M));
     std::vector<LD> h(static_cast<std::size_t>(N));
+    LD sum = 0;
     for (int n = 0; n < N; ++n) {
-        const LD d = n - c;
+        const LD d = n - c, x = 2 * kPi * n / M;
         LD v = d == 0 ? 2.0L * f : std::sin(2 * kPi * f * d) / (kPi * d);
-        const LD x = 2 * kPi * n / M;
         switch (window) {
             case 0: v *= 1 - std::fabs(2 * n / M - 1); break;
             case 1: v *= (alpha + 1) / 2 - 0.5L * std::cos(x) - alpha / 2 * std::cos(2 * x); break;
@@ -40,54 +35,39 @@ std::vector<LD> Reference(double f, int N, int window, bool normalize) {
             case 3: v *= 0.5L - 0.5L * std::cos(x); break;
             default: break;
         }
-        h[n] = v;
+        sum += h[n] = v;
     }
     if (normalize) {
-        LD s = 0;
-        for (LD v : h) s += v;
-        for (LD& v : h) v /= std::fabs(s);
+        for (LD& v : h) v /= std::fabs(sum);
     }
     return h;
 }
 
-// The scratch buffer of exactly the rule's size, starting 1 byte past a 16-byte boundary (so the
-// designer's alignment uses 15 of its bytes), followed by sentinel bytes.
-struct Scratch {
-    explicit Scratch(int taps) : size(qf::FIRGetWorkBufferSize(static_cast<unsigned int>(taps))), bytes(size + 64, 0xA5) {
-        const auto base = reinterpret_cast<std::uintptr_t>(bytes.data());
-        start = bytes.data() + ((16 - base % 16) % 16) + 1;
-    }
-    bool GuardIntact() const {
-        const unsigned char* from = start + size;
-        const unsigned char* end = bytes.data() + bytes.size();
-        return std::all_of(from, end, [](unsigned char b) { return b == 0xA5; });
-    }
-    unsigned int size;
-    std::vector<unsigned char> bytes;
-    unsigned char* start;
+// The scratch buffer of exactly the rule's size, one byte past a 64-byte boundary (so the designer's
+// alignment uses 15 of its bytes), framed by guard bytes.
+struct Scratch : qptest::Buffer<unsigned char> {
+    explicit Scratch(unsigned int taps) : Buffer(static_cast<int>(qf::FIRGetWorkBufferSize(taps)), 1) {}
 };
 
 class DesignPaths : public testing::TestWithParam<int> {};
 
 TEST_P(DesignPaths, MatchesWindowedIdealResponse) {
     const auto design = qptest::fir_gen_lowpass_f64_paths[GetParam()];
-    for (int N : kTapCounts) {
-        for (double f : kFreqs) {
+    for (int N : {5, 6, 7, 8, 9, 16, 31, 32, 33, 64, 65, 101, 256}) {
+        for (double f : {0.01, 0.1, 0.2, 0.25, 0.3, 0.45, 0.499}) {
             for (int window = 0; window <= 4; ++window) {
                 for (bool normalize : {false, true}) {
-                    SCOPED_TRACE(testing::Message() << "N=" << N << " f=" << f << " window=" << window
-                                                    << " normalize=" << normalize);
+                    SCOPED_TRACE(testing::Message() << "N=" << N << " f=" << f << " window=" << window << " normalize=" << normalize);
                     Scratch scratch(N);
-                    std::vector<double> taps(static_cast<std::size_t>(N) + 4, 77.0);
-                    ASSERT_EQ(design(f, window, normalize, taps.data(), N, scratch.start), qp::qpStsNoErr);
-                    EXPECT_TRUE(scratch.GuardIntact()) << "scratch overrun";
-                    for (int i = N; i < N + 4; ++i) ASSERT_EQ(taps[i], 77.0) << "written past the taps";
+                    qptest::Buffer<double> taps(N, 0);
+                    ASSERT_EQ(design(f, window, normalize, taps.data, N, scratch.data), qp::qpStsNoErr);
+                    EXPECT_TRUE(scratch.GuardsIntact() && taps.GuardsIntact()) << "written outside the taps or the scratch";
                     const std::vector<LD> ref = Reference(f, N, window, normalize);
                     LD peak = 0;
                     for (LD v : ref) peak = std::max(peak, std::fabs(v));
                     for (int n = 0; n < N; ++n) {
-                        ASSERT_NEAR(taps[n], ref[n], 1e-14L * peak) << "n=" << n;
-                        ASSERT_EQ(taps[n], taps[N - 1 - n]) << "not symmetric at n=" << n;
+                        ASSERT_NEAR(taps.data[n], ref[n], 1e-14L * peak) << "n=" << n;
+                        ASSERT_EQ(taps.data[n], taps.data[N - 1 - n]) << "not symmetric at n=" << n;
                     }
                 }
             }
@@ -95,18 +75,17 @@ TEST_P(DesignPaths, MatchesWindowedIdealResponse) {
     }
 }
 
-// Pointers are checked before sizes; nothing is written on refusal.
+// Pointers are checked before sizes; nothing is written on refusal. The scratch size rule.
 TEST_P(DesignPaths, ValidationOrderAndRefusals) {
     const auto design = qptest::fir_gen_lowpass_f64_paths[GetParam()];
     std::vector<double> taps(8, 5.0);
+    double* t = taps.data();
     unsigned char buf[256];
     EXPECT_EQ(design(0.2, 3, 1, nullptr, 4, buf), qp::qpStsNullPtrErr);
-    EXPECT_EQ(design(0.0, 3, 1, taps.data(), 8, nullptr), qp::qpStsNullPtrErr);
-    EXPECT_EQ(design(0.2, 3, 1, taps.data(), 4, buf), qp::qpStsSizeErr);
-    EXPECT_EQ(design(0.0, 3, 1, taps.data(), 8, buf), qp::qpStsSizeErr);
-    EXPECT_EQ(design(0.5, 3, 1, taps.data(), 8, buf), qp::qpStsSizeErr);
-    EXPECT_EQ(design(-0.1, 3, 1, taps.data(), 8, buf), qp::qpStsSizeErr);
-    EXPECT_EQ(design(std::numeric_limits<double>::quiet_NaN(), 3, 1, taps.data(), 8, buf), qp::qpStsSizeErr);
+    EXPECT_EQ(design(0.0, 3, 1, t, 8, nullptr), qp::qpStsNullPtrErr);
+    for (const auto& [f, n] : {std::pair{0.2, 4}, {0.0, 8}, {0.5, 8}, {-0.1, 8}, {std::numeric_limits<double>::quiet_NaN(), 8}}) {
+        EXPECT_EQ(design(f, 3, 1, t, n, buf), qp::qpStsSizeErr) << f << " " << n;
+    }
     EXPECT_EQ(taps, std::vector<double>(8, 5.0));
 
     const auto size = qptest::fir_gen_get_buf_size_paths[GetParam()];
@@ -118,47 +97,40 @@ TEST_P(DesignPaths, ValidationOrderAndRefusals) {
     EXPECT_EQ(bytes, 80);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, DesignPaths, testing::ValuesIn(qptest::RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(DesignPaths);
 
 // --- the export -----------------------------------------------------------------------------------
 
-std::vector<double> Design(double f, int N, int window, bool normalize) {
-    Scratch scratch(N);
-    std::vector<double> taps(static_cast<std::size_t>(N), -3.0);
-    qu::GenerateLowpassFIRCoefficients(f, static_cast<unsigned int>(N), taps.data(),
-                                       static_cast<qu::DSPWindowType>(window), normalize, scratch.start);
+std::vector<double> Design(double f, unsigned int N, int window, bool normalize, bool scratch = true, bool out = true) {
+    const unsigned int n = std::min(N, 64u);
+    Scratch s(n);
+    std::vector<double> taps(n, -3.0);
+    qu::GenerateLowpassFIRCoefficients(f, N, out ? taps.data() : nullptr, static_cast<qu::DSPWindowType>(window), normalize,
+                                       scratch ? s.data : nullptr);
     return taps;
 }
 
-TEST(DesignExport, WindowsAndTheirMapping) {
+// Each named window is what the designer applies for it; anything else is Hann, never the
+// unwindowed response. Invalid arguments leave the taps.
+TEST(DesignExport, WindowsTheirMappingAndRefusals) {
     for (int N : {31, 32}) {
-        // Each named window is what the designer applies for it.
         for (int w = 0; w <= 3; ++w) {
             const std::vector<double> taps = Design(0.2, N, w, false);
             const std::vector<LD> ref = Reference(0.2, N, w, false);
             for (int n = 0; n < N; ++n) ASSERT_NEAR(taps[n], ref[n], 1e-15) << "window " << w << " n=" << n;
         }
-        // Anything else is Hann, never the unwindowed response.
         const std::vector<double> hann = Design(0.2, N, 3, true);
         for (int w : {4, 7, -1, 1000}) EXPECT_EQ(Design(0.2, N, w, true), hann) << w;
     }
-    const std::vector<double> bartlett = Design(0.1, 21, 0, false);
-    EXPECT_EQ(bartlett.front(), 0.0);
-    EXPECT_EQ(bartlett.back(), 0.0);
-}
-
-TEST(DesignExport, InvalidArgumentsLeaveTheTaps) {
-    Scratch scratch(8);
-    std::vector<double> taps(8, -3.0);
-    const std::vector<double> untouched = taps;
-    qu::GenerateLowpassFIRCoefficients(0.0, 8, taps.data(), kHann, true, scratch.start);
-    qu::GenerateLowpassFIRCoefficients(0.5, 8, taps.data(), kHann, true, scratch.start);
-    qu::GenerateLowpassFIRCoefficients(0.2, 4, taps.data(), kHann, true, scratch.start);
-    qu::GenerateLowpassFIRCoefficients(0.2, 0x80000000u, taps.data(), kHann, true, scratch.start);
-    qu::GenerateLowpassFIRCoefficients(0.2, 8, taps.data(), kHann, true, nullptr);
-    qu::GenerateLowpassFIRCoefficients(0.2, 8, nullptr, kHann, true, scratch.start);
-    EXPECT_EQ(taps, untouched);
+    const struct {
+        double f;
+        unsigned int n;
+        bool scratch;
+    } refused[] = {{0.0, 8, true}, {0.5, 8, true}, {0.2, 4, true}, {0.2, 0x80000000u, true}, {0.2, 8, false}};
+    for (const auto& r : refused) {
+        EXPECT_EQ(Design(r.f, r.n, 3, true, r.scratch), std::vector<double>(std::min(r.n, 64u), -3.0)) << r.f << " " << r.n;
+    }
+    Design(0.2, 8, 3, true, true, false);  // null taps
 }
 
 }  // namespace

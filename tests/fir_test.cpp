@@ -6,11 +6,10 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include "filter/fir_state.h"
-#include "paths.h"
+#include "filter_support.h"
 #include "quoraccelerate/filter/fir.h"
 
 namespace {
@@ -24,13 +23,7 @@ constexpr int kTapCounts[] = {1, 2, 3, 7, 8, 15, 16, 17, 31, 64, 65, 256};
 constexpr int kBlockLengths[] = {1,  2,  3,  5,  7,  8,  9,  15,  16,  17,  31,  32,  33,  47,  48,
                                  49, 63, 64, 65, 95, 96, 97, 127, 128, 129, 191, 192, 193, 300};
 
-Floats Random(int n, unsigned seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<float> dist(-1.0f, 1.0f);
-    Floats v(static_cast<std::size_t>(n));
-    for (float& x : v) x = dist(gen);
-    return v;
-}
+Floats Random(int n, unsigned seed) { return qptest::Random<float>(n, seed); }
 
 // y[n] = sum_k taps[k] x[n - k] with x[-m] = history[D - m], the bound of a float evaluation's
 // rounding error, and the last D inputs afterwards (oldest first).
@@ -80,35 +73,35 @@ struct Kernel {
 
 class FirPaths : public testing::TestWithParam<int> {};
 
-// Every tap count against every block length, at an odd offset with a sentinel after the
-// destination; in place (bit for bit the same); the delay line carried out.
+// Every tap count against every block length, plus blocks longer than a staging chunk and a history
+// longer than a chunk: at an odd offset with sentinels around the destination and one delay line
+// read and written; then in place (bit for bit the same) with separate delay lines in and out.
+// Null delay lines filter from zeros; a specification built on path 0 filters the same here.
 TEST_P(FirPaths, MatchesDirectFormWithHistory) {
+    std::vector<std::pair<int, int>> shapes = {{65, 5000}, {2100, 2300}};
+    if (qptest::Emulated()) shapes.pop_back();
     for (int K : kTapCounts) {
-        const Floats taps = Random(K, 10u + K);
-        Kernel fir(GetParam(), taps);
-        for (int n : kBlockLengths) {
-            SCOPED_TRACE(testing::Message() << "taps=" << K << " len=" << n);
-            const Floats hist = Random(K - 1, 20u + K + n), x = Random(n, 30u + n);
-            const Reference r = Direct(taps, hist, x);
-            Floats src(x), dst(n + 9, 7.0f), dly(hist);
-            src.insert(src.begin(), 0.0f);
-            ASSERT_EQ(fir(src.data() + 1, dst.data() + 1, n, dly.data(), dly.data()), qp::qpStsNoErr);
-            ExpectNear(r, dst.data() + 1, n);
-            EXPECT_EQ(dst[0], 7.0f);
-            EXPECT_EQ(Floats(dst.begin() + n + 1, dst.end()), Floats(8, 7.0f)) << "written past the end";
-            EXPECT_EQ(dly, r.history);
-
-            Floats io(x), dly2(hist);
-            ASSERT_EQ(fir(io.data(), io.data(), n, dly2.data(), dly2.data()), qp::qpStsNoErr);
-            EXPECT_EQ(io, Floats(dst.begin() + 1, dst.begin() + 1 + n)) << "in place";
-            EXPECT_EQ(dly2, r.history);
-        }
+        for (int n : kBlockLengths) shapes.emplace_back(K, n);
     }
-}
+    for (const auto& [K, n] : shapes) {
+        SCOPED_TRACE(testing::Message() << "taps=" << K << " len=" << n);
+        const Floats taps = Random(K, 10u + K), hist = Random(K - 1, 20u + K + n), x = Random(n, 30u + n);
+        Kernel fir(GetParam(), taps);
+        const Reference r = Direct(taps, hist, x);
+        Floats src(x), dst(n + 9, 7.0f), dly(hist);
+        src.insert(src.begin(), 0.0f);
+        ASSERT_EQ(fir(src.data() + 1, dst.data() + 1, n, dly.data(), dly.data()), qp::qpStsNoErr);
+        ExpectNear(r, dst.data() + 1, n);
+        EXPECT_EQ(dst[0], 7.0f);
+        EXPECT_EQ(Floats(dst.begin() + n + 1, dst.end()), Floats(8, 7.0f)) << "written past the end";
+        EXPECT_EQ(dly, r.history);
 
-// Null histories (zeros in, nothing out); a specification built on path 0 filters the same here;
-// blocks longer than a staging chunk, in place, and a history longer than a chunk.
-TEST_P(FirPaths, HistoriesSpecificationsAndLongBlocks) {
+        Floats io(x), dlyOut(K - 1, 5.0f);
+        ASSERT_EQ(fir(io.data(), io.data(), n, hist.data(), dlyOut.data()), qp::qpStsNoErr);
+        EXPECT_EQ(io, Floats(dst.begin() + 1, dst.begin() + 1 + n)) << "in place";
+        EXPECT_EQ(dlyOut, r.history);
+    }
+
     const Floats taps = Random(17, 5), x = Random(40, 6);
     Kernel mine(GetParam(), taps), base(0, taps);
     base.path = GetParam();  // path 0's specification, this path's filter
@@ -117,42 +110,29 @@ TEST_P(FirPaths, HistoriesSpecificationsAndLongBlocks) {
     ExpectNear(Direct(taps, Floats(16, 0.0f), x), y.data(), 40);
     ASSERT_EQ(base(x.data(), y0.data(), 40, nullptr, nullptr), qp::qpStsNoErr);
     EXPECT_EQ(y, y0);
-
-    for (const auto& [K, n] : {std::pair{65, 5000}, std::pair{2100, 2300}}) {
-        if (qptest::Emulated() && K > 1000) continue;
-        SCOPED_TRACE(testing::Message() << "taps=" << K << " len=" << n);
-        const Floats h = Random(K, 1), hist = Random(K - 1, 2), in = Random(n, 3);
-        Kernel fir(GetParam(), h);
-        const Reference r = Direct(h, hist, in);
-        Floats out(n), dly(hist), io(in), dly2(hist);
-        ASSERT_EQ(fir(in.data(), out.data(), n, dly.data(), dly.data()), qp::qpStsNoErr);
-        ExpectNear(r, out.data(), n);
-        EXPECT_EQ(dly, r.history);
-        ASSERT_EQ(fir(io.data(), io.data(), n, dly2.data(), dly2.data()), qp::qpStsNoErr);
-        EXPECT_EQ(io, out);
-        EXPECT_EQ(dly2, r.history);
-    }
 }
 
+// Pointers, then lengths, then the specification's tag; nothing written on refusal.
 TEST_P(FirPaths, RefusalsWriteNothing) {
     const int p = GetParam();
     Kernel fir(p, {1, 2, 3});
     float s[4] = {1, 2, 3, 4}, d[4] = {9, 9, 9, 9}, dly[2] = {5, 6};
-    unsigned char* spec = fir.spec.data();
-    auto kernel = qptest::fir_sr_f32_paths[p];
-    EXPECT_EQ(kernel(nullptr, d, 4, spec, dly, dly, fir.buf.data()), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, nullptr, 4, spec, dly, dly, fir.buf.data()), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, d, 4, nullptr, dly, dly, fir.buf.data()), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, d, 4, spec, dly, dly, nullptr), qp::qpStsNullPtrErr);
-    EXPECT_EQ(fir(s, d, 0, dly, dly), qp::qpStsSizeErr);
-    EXPECT_EQ(fir(s, d, -3, dly, dly), qp::qpStsSizeErr);
+    unsigned char *spec = fir.spec.data(), *buf = fir.buf.data();
     std::vector<unsigned char> blank(fir.spec.size());
-    EXPECT_EQ(kernel(s, d, 4, blank.data(), dly, dly, fir.buf.data()), qp::qpStsContextMatchErr);
+    const std::vector<unsigned char> before = fir.spec;
+    const auto kernel = qptest::fir_sr_f32_paths[p];
+    EXPECT_EQ(kernel(nullptr, d, 4, spec, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(s, nullptr, 4, spec, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(s, d, 4, nullptr, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(s, d, 4, spec, dly, dly, nullptr), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(s, d, 0, spec, dly, dly, buf), qp::qpStsSizeErr);
+    EXPECT_EQ(kernel(s, d, -3, spec, dly, dly, buf), qp::qpStsSizeErr);
+    EXPECT_EQ(kernel(s, d, 4, blank.data(), dly, dly, buf), qp::qpStsContextMatchErr);
     EXPECT_EQ(Floats(d, d + 4), Floats(4, 9.0f));
     EXPECT_EQ(Floats(dly, dly + 2), (Floats{5, 6}));
 
     int specSize = -1, bufSize = -1;
-    auto size = qptest::fir_sr_get_size_paths[p];
+    const auto size = qptest::fir_sr_get_size_paths[p];
     EXPECT_EQ(size(0, 13, &specSize, &bufSize), qp::qpStsFIRLenErr);
     EXPECT_EQ(size(3, 12, &specSize, &bufSize), qp::qpStsDataTypeErr);
     EXPECT_EQ(size(3, 13, nullptr, &bufSize), qp::qpStsNullPtrErr);
@@ -160,8 +140,7 @@ TEST_P(FirPaths, RefusalsWriteNothing) {
     EXPECT_EQ(size(0x7FFFFFF0, 13, &specSize, &bufSize), qp::qpStsSizeErr);
     EXPECT_EQ(specSize + bufSize, -2);
 
-    const std::vector<unsigned char> before = fir.spec;
-    auto init = qptest::fir_sr_init_f32_paths[p];
+    const auto init = qptest::fir_sr_init_f32_paths[p];
     EXPECT_EQ(init(nullptr, 3, 1, spec), qp::qpStsNullPtrErr);
     EXPECT_EQ(init(s, 3, 1, nullptr), qp::qpStsNullPtrErr);
     EXPECT_EQ(init(s, 0, 1, spec), qp::qpStsFIRLenErr);
@@ -169,8 +148,7 @@ TEST_P(FirPaths, RefusalsWriteNothing) {
     EXPECT_EQ(fir.spec, before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runnable, FirPaths, testing::ValuesIn(qptest::RunnablePaths()),
-                         [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); });
+QP_INSTANTIATE_PATHS(FirPaths);
 
 // --- the exported state functions ----------------------------------------------------------------
 
@@ -193,18 +171,20 @@ Floats DelayLine(const FIRState_Float* s, int D) {
     return d;
 }
 
-TEST(FirState, InitFailuresLeaveTheHandleNull) {
+// Zero taps (size query), null taps (specification build), a count read as negative, sizes beyond
+// the allocator: the handle stays null. The work-buffer size rule of the designer.
+TEST(FirState, InitFailuresAndWorkBufferSize) {
     const float taps[2] = {1, 2};
-    // Zero taps (size query), null taps (specification build), a count read as negative, sizes
-    // beyond the allocator.
-    const std::pair<const float*, unsigned int> cases[] = {
-        {taps, 0}, {nullptr, 2}, {taps, 0x80000000u}, {taps, 0x7FFFFFF0u}};
+    const std::pair<const float*, unsigned int> cases[] = {{taps, 0}, {nullptr, 2}, {taps, 0x80000000u}, {taps, 0x7FFFFFF0u}};
     for (const auto& [t, n] : cases) {
         FIRState_Float* s = reinterpret_cast<FIRState_Float*>(std::uintptr_t{0x1234});
         qf::FIRInit(&s, t, n, nullptr);
         EXPECT_EQ(s, nullptr) << n;
     }
     qf::FIRFree(nullptr);
+    const std::pair<unsigned int, unsigned int> sizes[] = {{0, 0},    {4, 0},    {5, 80},   {7, 80},
+                                                           {31, 272}, {32, 304}, {64, 560}, {0x80000000u, 0}};
+    for (const auto& [n, bytes] : sizes) EXPECT_EQ(qf::FIRGetWorkBufferSize(n), bytes) << n;
 }
 
 // Blocks of varying size give, bit for bit, the output of one long block (which matches the
@@ -242,20 +222,20 @@ TEST(FirState, BlocksCarryTheHistorySingleSamplesDoNot) {
     }
 }
 
+// taps[k] meets dlyLine[D - k]; replacing the taps keeps the delay line; null taps are refused, a
+// null delay line clears it; refused blocks write nothing.
 TEST(FirState, TapsAndDelayLineCanBeReplaced) {
-    const Floats hist = {0.5f, -1, 2};
+    const Floats hist = {0.5f, -1, 2}, reversed = {4, 3, 2, 1};
     State s = Make({1, 2, 3, 4}, nullptr);
     EXPECT_EQ(DelayLine(s.get(), 3), Floats(3, 0.0f));
     EXPECT_EQ(qf::FIR(s.get(), 3.0f), 3.0f);
     qf::FIRSetDlyLine(s.get(), hist.data());
     EXPECT_EQ(DelayLine(s.get(), 3), hist);
-    // taps[k] meets dlyLine[3 - k]: 1*1 + 2*2 + 3*(-1) + 4*0.5.
-    EXPECT_EQ(qf::FIR(s.get(), 1.0f), 4.0f);
-    const Floats reversed = {4, 3, 2, 1};
+    EXPECT_EQ(qf::FIR(s.get(), 1.0f), 1 + 4 - 3 + 2.0f);
     qf::FIRSetTaps(s.get(), reversed.data());
     EXPECT_EQ(DelayLine(s.get(), 3), hist);
     EXPECT_EQ(qf::FIR(s.get(), 1.0f), 4 + 6 - 2 + 0.5f);
-    qf::FIRSetTaps(s.get(), nullptr);  // refused: the taps stay
+    qf::FIRSetTaps(s.get(), nullptr);
     EXPECT_EQ(qf::FIR(s.get(), 1.0f), 4 + 6 - 2 + 0.5f);
     qf::FIRSetDlyLine(s.get(), nullptr);
     EXPECT_EQ(DelayLine(s.get(), 3), Floats(3, 0.0f));
@@ -264,12 +244,6 @@ TEST(FirState, TapsAndDelayLineCanBeReplaced) {
     qf::FIR(s.get(), 0, src, dst);
     qf::FIR(s.get(), 2, nullptr, dst);
     EXPECT_EQ(Floats(dst, dst + 2), Floats(2, 9.0f));
-}
-
-TEST(FirState, WorkBufferSizeRule) {
-    const std::pair<unsigned int, unsigned int> cases[] = {{0, 0},    {4, 0},    {5, 80},   {7, 80},
-                                                           {31, 272}, {32, 304}, {64, 560}, {0x80000000u, 0}};
-    for (const auto& [taps, bytes] : cases) EXPECT_EQ(qf::FIRGetWorkBufferSize(taps), bytes) << taps;
 }
 
 }  // namespace
