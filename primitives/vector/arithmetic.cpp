@@ -336,7 +336,9 @@ QP_INLINE Status DivConst(const T* src, T value, T* dst, int len) {
 }
 
 // 1 / x after |x| is raised to at least level, keeping the sign. NaN stays NaN. A zero met at level
-// 0 gives an infinity of its sign and the warning qpStsInvZero, read from the division-by-zero flag.
+// 0 gives an infinity of its sign and the warning qpStsInvZero, read from the division-by-zero flag;
+// above level 0 no divisor can be zero, and the flag is not read (reading it waits for every
+// division in flight).
 template <typename T>
 QP_INLINE Status InvThreshold(const T* src, T level, T* dst, int len) {
     if (AnyNull(src, dst)) return qpStsNullPtrErr;
@@ -353,7 +355,7 @@ QP_INLINE Status InvThreshold(const T* src, T level, T* dst, int len) {
             return T(1) / simd::BitCast<T>(simd::BitCast<B>(raised) | (bits & arith::kSignBit<T>));
         },
         src);
-    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
+    return level == 0 && scope.DivideByZero() ? qpStsInvZero : qpStsNoErr;
 }
 
 // Complex reciprocal conj(z) / |z|^2 after |z| is raised to at least level, keeping the phase:
@@ -412,7 +414,7 @@ QP_INLINE Status InvThresholdC32(const float* src, float level, float* dst, int 
             src + 2 * done);
         done += chunk;
     }
-    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
+    return level == 0 && scope.DivideByZero() ? qpStsInvZero : qpStsNoErr;
 }
 
 QP_INLINE Status InvThresholdC64(const double* src, double level, double* dst, int len) {
@@ -443,7 +445,7 @@ QP_INLINE Status InvThresholdC64(const double* src, double level, double* dst, i
             src + 2 * done);
         done += chunk;
     }
-    return (scope.Flags() & arith::ExceptionScope::kDivideByZero) ? qpStsInvZero : qpStsNoErr;
+    return level == 0 && scope.DivideByZero() ? qpStsInvZero : qpStsNoErr;
 }
 
 }  // namespace
