@@ -125,3 +125,29 @@ inline void ExpectStatuses(const std::vector<Expect>& calls) {
 #define QP_INSTANTIATE_PATHS(Suite)                                                      \
     INSTANTIATE_TEST_SUITE_P(Runnable, Suite, testing::ValuesIn(qptest::RunnablePaths()), \
                              [](const testing::TestParamInfo<int>& info) { return "path" + qptest::PathName(info.param); })
+
+#include <tuple>
+#include <utility>
+
+namespace qptest {
+
+template <typename F, typename Tuple, std::size_t... I>
+qp::Status CallWithNull(F& fn, int len, std::size_t null, const Tuple& ptrs, std::index_sequence<I...>) {
+    return fn(len, (I == null ? nullptr : std::get<I>(ptrs))...);
+}
+
+// The refusals of one kernel: fn(len, pointers...) with each pointer in turn replaced by nullptr,
+// then with every refused length. The caller checks that its outputs kept their bytes.
+template <typename F, typename... P>
+void ExpectRefusals(F fn, P*... ptrs) {
+    const auto all = std::make_tuple(ptrs...);
+    for (std::size_t z = 0; z < sizeof...(P); ++z) {
+        EXPECT_EQ(CallWithNull(fn, 1, z, all, std::index_sequence_for<P...>{}), qp::qpStsNullPtrErr) << "pointer " << z;
+    }
+    for (int len : kBadLengths) {
+        EXPECT_EQ(CallWithNull(fn, len, sizeof...(P), all, std::index_sequence_for<P...>{}), qp::qpStsSizeErr)
+            << "length " << len;
+    }
+}
+
+}  // namespace qptest
