@@ -110,7 +110,7 @@ QP_INLINE Vec<float> AtanKernel(Vec<float> t) {
 }
 
 // atan2(y, x) in radians, in [-pi, pi]. The octant reduction divides min(|x|,|y|) by max(|x|,|y|);
-// from min >= max/2 on, the quotient becomes (min - max) / (min + max), in [-1/3, 0], so that one
+// from 2 min >= max on, the quotient becomes (min - max) / (min + max), in [-1/3, 0], so that one
 // division serves both ranges (min - max is then exact). The constants pi/4, pi/2 and pi are added
 // as high and low float parts.
 QP_INLINE Vec<float> Atan2(Vec<float> y, Vec<float> x) {
@@ -120,7 +120,10 @@ QP_INLINE Vec<float> Atan2(Vec<float> y, Vec<float> x) {
     const VF ax = BitCast<float>(xb & 0x7FFFFFFF), ay = BitCast<float>(yb & 0x7FFFFFFF);
     const VI swap = ay > ax;
     const VF mx = swap ? ay : ax, mn = swap ? ax : ay;
-    VI big = mn >= mx * 0.5f;
+    // 2 mn >= mx as mn >= mx - mn: exact where it decides (mx - mn is exact from mn >= mx / 2 on,
+    // and rounds to no less than mx / 2 below), with an infinite mx for an infinite difference.
+    // mx * 0.5 rounds the smallest subnormal to zero, and mn + mn overflows against an infinity.
+    VI big = mn >= mx - mn;
     VF num = big ? mn - mx : mn, den = big ? mn + mx : mx;
     // Both infinite: the angle is an odd multiple of pi/4 (t = 0 above tan(pi/8)).
     const VI bothInf = mn == __builtin_inff();
