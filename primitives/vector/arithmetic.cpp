@@ -292,6 +292,21 @@ QP_INLINE ReciprocalRange<T> MakeReciprocalRange(T value) {
     return range;
 }
 
+// Whether a lane of v, read as signed, exceeds limit. On AVX-512 the compare gives a mask
+// register, tested in one instruction.
+template <typename T>
+QP_INLINE bool AnyAbove(Vec<arith::Bits<T>> v, typename std::make_signed<arith::Bits<T>>::type limit) {
+    typedef typename std::make_signed<arith::Bits<T>>::type I;
+#if QP_VEC_BYTES == 64 && defined(__AVX512F__)
+    if constexpr (sizeof(T) == 4)
+        return _mm512_cmpgt_epi32_mask(reinterpret_cast<__m512i>(v), _mm512_set1_epi32(limit)) != 0;
+    else
+        return _mm512_cmpgt_epi64_mask(reinterpret_cast<__m512i>(v), _mm512_set1_epi64(limit)) != 0;
+#else
+    return simd::vmath::Any(simd::BitCast<I>(v) > limit);
+#endif
+}
+
 template <typename T>
 QP_INLINE Status DivConst(const T* src, T value, T* dst, int len) {
     if (AnyNull(src, dst)) return qpStsNullPtrErr;
@@ -309,26 +324,51 @@ QP_INLINE Status DivConst(const T* src, T value, T* dst, int len) {
         arith::Map(dst, len, [r](Vec<T> x) -> Vec<T> { return x * r; }, [r](T x) -> T { return x * r; }, src);
         return qpStsNoErr;
     }
-#if defined(__FMA__) && !defined(__AVX512F__)
-    const ReciprocalRange<T> range = MakeReciprocalRange(value);
+#if defined(__FMA__)
+    // Reading the rounding mode waits for the arithmetic in flight: on the 512-bit builds, whose
+    // divider alone is as fast as the correction alone, short runs just divide.
+    constexpr int kPairedMin = QP_VEC_BYTES == 64 ? 1024 : 0;
+    const ReciprocalRange<T> range = len >= kPairedMin ? MakeReciprocalRange(value) : ReciprocalRange<T>{};
     if (range.usable) {
         typedef typename std::make_signed<B>::type I;
         const T r = range.r, negValue = -value;
         // |x| in [lo, hi] as one signed compare: the offset moves lo to the smallest signed value.
         const B offset = arith::kSignBit<T> - range.lo;
         const I limit = static_cast<I>(arith::kSignBit<T> + (range.hi - range.lo));
-        arith::Map(
-            dst, len,
-            [=](Vec<T> x) -> Vec<T> {
-                const Vec<B> magnitude = simd::BitCast<B>(x) & ~arith::kSignBit<T>;
-                const Vec<I> outside = simd::BitCast<I>(magnitude + offset) > limit;
-                if (__builtin_expect(simd::vmath::Any(outside), 0)) return x / value;
-                const Vec<T> q = x * r;
-                const Vec<T> residual = simd::MulAdd(q, simd::Broadcast(negValue), x);
-                return simd::MulAdd(residual, simd::Broadcast(r), q);
-            },
-            sdivide, src);
+        const auto corrected = [=](Vec<T> x) -> Vec<T> {
+            const Vec<B> shifted = (simd::BitCast<B>(x) & ~arith::kSignBit<T>) + offset;
+            if (__builtin_expect(AnyAbove<T>(shifted, limit), 0)) return x / value;
+            const Vec<T> q = x * r;
+            const Vec<T> residual = simd::MulAdd(q, simd::Broadcast(negValue), x);
+            return simd::MulAdd(residual, simd::Broadcast(r), q);
+        };
+#if QP_VEC_BYTES == 64
+        // The 512-bit builds pair the two ways: every other vector goes through the divider and
+        // the next through the reciprocal and its correction on the multiply-add units, which work
+        // side by side (two passes over 4096 floats in place: 300 -> 202 ns, where either way alone
+        // takes 300). Large out-of-place runs keep the streaming stores of the plain map, being
+        // bound by memory.
+        constexpr int L = simd::kLanes<T>;
+        if (static_cast<std::int64_t>(len) * static_cast<std::int64_t>(sizeof(T)) < simd::kStreamBytes ||
+            static_cast<const void*>(dst) == static_cast<const void*>(src)) {
+            int i = 0;
+            for (; i + 2 * L <= len; i += 2 * L) {
+                const Vec<T> a = simd::Load(src + i), b = simd::Load(src + i + L);
+                const Vec<T> qa = a / value, qb = corrected(b);
+                simd::Store(dst + i, qa);
+                simd::Store(dst + i + L, qb);
+            }
+            if (i + L <= len) {
+                simd::Store(dst + i, simd::Load(src + i) / value);
+                i += L;
+            }
+            for (; i < len; ++i) dst[i] = sdivide(src[i]);
+            return qpStsNoErr;
+        }
+#else
+        arith::Map(dst, len, corrected, sdivide, src);
         return qpStsNoErr;
+#endif
     }
 #endif
     arith::Map(dst, len, [value](Vec<T> x) -> Vec<T> { return x / value; }, sdivide, src);
