@@ -68,7 +68,7 @@ TEST(MemoryAligned, RejectedSizesAndCounts) {
     // Only the rejections are tried: the accepted ones would allocate up to 1 GiB.
     for (const auto& c : cases) {
         for (int i = 0; i < 4; ++i) {
-            if ((c.rejects >> i) & 1u) EXPECT_EQ(kElements[i](c.count), nullptr) << c.count << ", " << (1 << i);
+            if ((c.rejects >> i) & 1u) { EXPECT_EQ(kElements[i](c.count), nullptr) << c.count << ", " << (1 << i); }
         }
     }
 }
