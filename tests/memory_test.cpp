@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <limits>
 
 #include "quoraccelerate/utility.h"
@@ -13,114 +12,87 @@ namespace {
 
 namespace util = quoraccelerate::utility;
 
+constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
 
-bool Aligned64(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }
+template <auto Allocate, typename Count = std::int32_t>
+void* Erased(Count count) { return Allocate(count); }
+template <typename T>
+void FreeAs(void* p) { util::Free(static_cast<T*>(p)); }
 
-// Writes every byte so that a short allocation shows up under the address sanitizer.
-void Touch(void* p, std::size_t bytes) {
+// The element allocators by element size (1, 2, 4 and 8 bytes), and the exported ones and their
+// Free overloads in the same order.
+void* (*const kElements[4])(std::int32_t) = {Erased<qp::AllocElements8>, Erased<qp::AllocElements16>,
+                                             Erased<qp::AllocElements32>, Erased<qp::AllocElements64>};
+void* (*const kExported[4])(unsigned) = {Erased<util::Malloc_Byte, unsigned>, Erased<util::Malloc_Int16, unsigned>,
+                                         Erased<util::Malloc_Float, unsigned>, Erased<util::Malloc_Double, unsigned>};
+void (*const kExportedFree[4])(void*) = {FreeAs<unsigned char>, FreeAs<short>, FreeAs<float>, FreeAs<double>};
+
+// Checks the alignment and writes every byte, so that a short block shows up under the address
+// sanitizer, then releases the block.
+void CheckAndRelease(void* p, std::size_t bytes, void (*release)(void*)) {
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
     std::memset(p, 0xA5, bytes);
-    EXPECT_EQ(static_cast<unsigned char*>(p)[bytes - 1], 0xA5);
+    release(p);
 }
 
-TEST(MemoryAligned, SmallSizesAndElementCounts) {
+TEST(MemoryAligned, SizesAndElementCounts) {
     for (const std::int32_t bytes : {1, 7, 8, 63, 64, 65, 127, 1000, 4099}) {
-        void* p = qp::AlignedMalloc(bytes);
-        ASSERT_NE(p, nullptr) << bytes;
-        EXPECT_TRUE(Aligned64(p)) << bytes;
-        Touch(p, static_cast<std::size_t>(bytes));
-        qp::AlignedFree(p);
+        SCOPED_TRACE(bytes);
+        CheckAndRelease(qp::AlignedMalloc(bytes), static_cast<std::size_t>(bytes), qp::AlignedFree);
     }
     qp::AlignedFree(nullptr);
     for (const std::int32_t count : {1, 3, 17, 100}) {
-        void* p[4] = {qp::AllocElements8(count), qp::AllocElements16(count), qp::AllocElements32(count),
-                      qp::AllocElements64(count)};
         for (int i = 0; i < 4; ++i) {
-            ASSERT_NE(p[i], nullptr) << count << " of " << (1 << i) << " bytes";
-            EXPECT_TRUE(Aligned64(p[i]));
-            Touch(p[i], (std::size_t{1} << i) * static_cast<std::size_t>(count));
-            qp::AlignedFree(p[i]);
+            SCOPED_TRACE(testing::Message() << count << " of " << (1 << i) << " bytes");
+            CheckAndRelease(kElements[i](count), static_cast<std::size_t>(count) << i, qp::AlignedFree);
         }
     }
 }
 
-TEST(MemoryAligned, RejectedSizes) {
-    for (const std::int32_t bytes : {0, -1, -64, std::numeric_limits<std::int32_t>::min(), kMax, kMax - 71})
+TEST(MemoryAligned, RejectedSizesAndCounts) {
+    for (const std::int32_t bytes : {0, -1, -64, kMin, kMax, kMax - 71})
         EXPECT_EQ(qp::AlignedMalloc(bytes), nullptr) << bytes;
-}
-
-TEST(MemoryElements, RejectedCounts) {
     const struct {
         std::int32_t count;
-        bool e8, e16, e32, e64;  // the allocator with this element size gives null
+        unsigned rejects;  // bit i: the allocator of 2^i-byte elements gives null
     } cases[] = {
-        {0, true, true, true, true},
-        {-1, true, true, true, true},
-        {std::numeric_limits<std::int32_t>::min(), true, true, true, true},
-        {0x10000000, false, false, false, true},  // 2^31 bytes of doubles
-        {0x20000001, false, false, false, true},  // byte count wraps to 8 in 32 bits
-        {0x40000001, false, false, true, true},   // wraps to 4 for floats
-        {0x20000000, false, false, true, true},
-        {0x40000000, false, true, true, true},
-        {kMax, true, true, true, true},  // 8-bit: within the element limit, beyond the allocator's
+        {0, 0xF}, {-1, 0xF}, {kMin, 0xF},
+        {0x10000000, 0x8},  // 2^31 bytes of doubles
+        {0x20000001, 0x8},  // byte count wraps to 8 in 32 bits
+        {0x40000001, 0xC},  // wraps to 4 for floats
+        {0x20000000, 0xC}, {0x40000000, 0xE},
+        {kMax, 0xF},  // 8-bit: within the element limit, beyond the allocator's
     };
+    // Only the rejections are tried: the accepted ones would allocate up to 1 GiB.
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.count);
-        // Only the rejections are tried: the accepted ones would allocate up to 1 GiB.
-        if (c.e8) { EXPECT_EQ(qp::AllocElements8(c.count), nullptr); }
-        if (c.e16) { EXPECT_EQ(qp::AllocElements16(c.count), nullptr); }
-        if (c.e32) { EXPECT_EQ(qp::AllocElements32(c.count), nullptr); }
-        if (c.e64) { EXPECT_EQ(qp::AllocElements64(c.count), nullptr); }
+        for (int i = 0; i < 4; ++i) {
+            if ((c.rejects >> i) & 1u) { EXPECT_EQ(kElements[i](c.count), nullptr) << c.count << ", " << (1 << i); }
+        }
     }
 }
 
 // The exported allocators read the unsigned count as signed 32-bit; the 16-bit one forms its byte
 // count in 32 bits, so large counts wrap.
 TEST(MemoryUtility, RejectedCounts) {
-    for (const unsigned count : {0u, 0x80000000u, 0xFFFFFFFFu}) {
-        SCOPED_TRACE(count);
-        EXPECT_EQ(util::Malloc_Byte(count), nullptr);
-        EXPECT_EQ(util::Malloc_Int16(count), nullptr);
-        EXPECT_EQ(util::Malloc_Float(count), nullptr);
-        EXPECT_EQ(util::Malloc_Double(count), nullptr);
-    }
+    for (const unsigned count : {0u, 0x80000000u, 0xFFFFFFFFu})
+        for (int a = 0; a < 4; ++a) EXPECT_EQ(kExported[a](count), nullptr) << count << ", " << a;
     EXPECT_EQ(util::Malloc_Int16(0x40000000u), nullptr);  // 2^31 bytes: negative
     EXPECT_EQ(util::Malloc_Int16(0xC0000000u), nullptr);  // wraps to 2^31 bytes
     EXPECT_EQ(util::Malloc_Float(0x20000000u), nullptr);
     EXPECT_EQ(util::Malloc_Double(0x10000000u), nullptr);
-
-    short* wrapped = util::Malloc_Int16(0x80000001u);  // wraps to 2 bytes
-    ASSERT_NE(wrapped, nullptr);
-    Touch(wrapped, 2);
-    util::Free(wrapped);
+    CheckAndRelease(util::Malloc_Int16(0x80000001u), 2, kExportedFree[1]);  // wraps to 2 bytes
 }
 
-// Each allocator, released by each Free overload; null is accepted by every overload.
-TEST(MemoryUtility, AllocateAndFreeWithEveryOverload) {
-    constexpr unsigned kCount = 37;
-    const std::function<void*()> allocate[] = {
-        [] { return static_cast<void*>(util::Malloc_Byte(kCount)); },
-        [] { return static_cast<void*>(util::Malloc_Int16(kCount)); },
-        [] { return static_cast<void*>(util::Malloc_Float(kCount)); },
-        [] { return static_cast<void*>(util::Malloc_Double(kCount)); },
-    };
-    const std::size_t size[] = {1, 2, 4, 8};
-    const std::function<void(void*)> release[] = {
-        [](void* p) { util::Free(static_cast<unsigned char*>(p)); },
-        [](void* p) { util::Free(static_cast<short*>(p)); },
-        [](void* p) { util::Free(static_cast<float*>(p)); },
-        [](void* p) { util::Free(static_cast<double*>(p)); },
-    };
+// Any Free overload releases what any of the allocators gave; null is accepted by every overload.
+TEST(MemoryUtility, AnyFreeReleasesAnyAllocation) {
     for (int a = 0; a < 4; ++a) {
         for (int f = 0; f < 4; ++f) {
             SCOPED_TRACE(testing::Message() << "allocator " << a << ", free " << f);
-            void* p = allocate[a]();
-            ASSERT_NE(p, nullptr);
-            EXPECT_TRUE(Aligned64(p));
-            Touch(p, kCount * size[a]);
-            release[f](p);
+            CheckAndRelease(kExported[a](37), std::size_t{37} << a, kExportedFree[f]);
         }
-        release[a](nullptr);
+        kExportedFree[a](nullptr);
     }
 }
 

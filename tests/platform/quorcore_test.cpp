@@ -40,84 +40,45 @@ UTF16String DecodeExact(const std::string& input) {
     return util::UTF8to16(bytes.data(), bytes.size());
 }
 
-TEST(Utf8Decode, ValidAndMalformed) {
+TEST(Utf8, DecodeValidAndMalformed) {
     const struct {
-        const char* name;
         std::string input;
         UTF16String expected;
     } cases[] = {
-        {"empty", "", u""},
-        {"ascii", "Az09~\x7F", u"Az09~\x7F"},
-        {"2-byte bounds", "\xC2\x80\xDF\xBF", u"\u0080\u07FF"},
-        {"3-byte bounds", "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", u"\u0800\uD7FF\uE000\uFFFF"},
-        {"4-byte", "\xF0\x9F\x98\x80", UTF16String{0xD83D, 0xDE00}},
-        {"4-byte bounds", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", UTF16String{0xD800, 0xDC00, 0xDBFF, 0xDFFF}},
-        {"lone lead", "\xC3", R},
-        {"truncated then ascii", "\xE2\x82" "A", R + u"A"},
-        {"truncated then valid", "\xE2\x82\xC3\xA9", R + u"\u00E9"},
-        {"surrogate", "\xED\xA0\x80", R + R + R},
-        {"overlong 2-byte", "\xC0\xAF", R + R},
-        {"overlong 3-byte", "\xE0\x80\xAF", R + R + R},
-        {"overlong 4-byte", "\xF0\x8F\xBF\xBF", R + R + R + R},
-        {"above U+10FFFF", "\xF4\x90\x80\x80", R + R + R + R},
-        {"F5 lead", "\xF5\x80\x80\x80", R + R + R + R},
-        {"stray continuations", "a\x80\xBF" "b", u"a" + R + R + u"b"},
-        {"4-byte broken at third", "\xF0\x9F" "A\x80", R + u"A" + R},
-        {"4-byte truncated at end", "x\xF0\x9F\x98", u"x" + R},
-        {"embedded NUL", std::string("a\0b", 3), UTF16String(u"a\0b", 3)},
+        {"", u""}, {"Az09~\x7F", u"Az09~\x7F"}, {std::string("a\0b", 3), UTF16String(u"a\0b", 3)},
+        // The bounds of the 2-, 3- and 4-byte forms.
+        {"\xC2\x80\xDF\xBF", u"\u0080\u07FF"},
+        {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", u"\u0800\uD7FF\uE000\uFFFF"},
+        {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", UTF16String{0xD800, 0xDC00, 0xDBFF, 0xDFFF}},
+        // One replacement per maximal invalid subpart; decoding resumes at the byte that broke it.
+        {"\xC3", R}, {"\xE2\x82\xC3\xA9", R + u"\u00E9"}, {"\xF0\x9F" "A\x80", R + u"A" + R},
+        {"x\xF0\x9F\x98", u"x" + R}, {"a\x80\xBF" "b", u"a" + R + R + u"b"},
+        // Surrogates, overlong forms and values above U+10FFFF break at their second byte.
+        {"\xED\xA0\x80", R + R + R}, {"\xC0\xAF", R + R}, {"\xE0\x80\xAF", R + R + R},
+        {"\xF0\x8F\xBF\xBF", R + R + R + R}, {"\xF4\x90\x80\x80", R + R + R + R}, {"\xF5\x80\x80\x80", R + R + R + R},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(DecodeExact(c.input), c.expected) << c.name;
-        EXPECT_EQ(util::UTF8to16(c.input), c.expected) << c.name;
+        EXPECT_EQ(DecodeExact(c.input), c.expected) << testing::PrintToString(c.input);
+        EXPECT_EQ(util::UTF8to16(c.input), c.expected) << testing::PrintToString(c.input);
     }
-    // The NUL-terminated form stops at the first NUL; null input gives nothing.
-    EXPECT_EQ(util::UTF8to16(std::string("a\0b", 3).c_str()), u"a");
+    EXPECT_EQ(util::UTF8to16(std::string("a\0b", 3).c_str()), u"a");  // the C-string form stops at NUL
     EXPECT_EQ(util::UTF8to16(static_cast<const char*>(nullptr)), u"");
     EXPECT_EQ(util::UTF8to16(nullptr, 5), u"");
-    // A complete sequence cut by the size is truncated, whatever follows in memory.
-    EXPECT_EQ(util::UTF8to16("\xE2\x82\xAC", 2), R);
+    EXPECT_EQ(util::UTF8to16("\xE2\x82\xAC", 2), R);  // the size cuts a sequence, whatever follows
 }
 
-TEST(Utf8Encode, PairsAndUnpairedSurrogates) {
+TEST(Utf8, EncodePairsAndUnpairedSurrogates) {
     const struct {
         UTF16String input;
         std::string expected;
     } cases[] = {
-        {u"A\u00E9\u20AC", "A\xC3\xA9\xE2\x82\xAC"},
-        {UTF16String{0xD83D, 0xDE00}, "\xF0\x9F\x98\x80"},
-        {UTF16String{0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
-        {UTF16String{0xD800, u'A'}, "\xEF\xBF\xBD" "A"},
-        {UTF16String{0xDC00, 0xD800}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {UTF16String{u'x', 0xD83D}, "x\xEF\xBF\xBD"},
+        {u"A\u00E9\u20AC", "A\xC3\xA9\xE2\x82\xAC"}, {UTF16String{0xD83D, 0xDE00}, "\xF0\x9F\x98\x80"},
+        {UTF16String{0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"}, {UTF16String{0xD800, u'A'}, "\xEF\xBF\xBD" "A"},
+        {UTF16String{0xDC00, 0xD800}, "\xEF\xBF\xBD\xEF\xBF\xBD"}, {UTF16String{u'x', 0xD83D}, "x\xEF\xBF\xBD"},
     };
     for (const auto& c : cases) EXPECT_EQ(util::UTF16to8(c.input), c.expected);
     EXPECT_EQ(util::AsciiToUTF16("A\x80z"), u"A\uFFFDz");
     EXPECT_EQ(util::AsciiToUTF16(nullptr), u"");
-}
-
-// Random byte strings, biased towards bytes that lead, continue or break sequences.
-TEST(Utf8Decode, RandomBytes) {
-    const unsigned char interesting[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
-                                         0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF5, 0xFF};
-    std::mt19937 random(1234);
-    for (int round = 0; round < 5000; ++round) {
-        std::string input(random() % 17, '\0');
-        for (char& b : input) {
-            b = static_cast<char>(random() % 2 ? interesting[random() % sizeof interesting] : random() % 256);
-        }
-        const UTF16String decoded = DecodeExact(input);
-        ASSERT_LE(decoded.size(), input.size());
-        // Re-encoding is exact unless something was replaced, and decoding is then stable.
-        const std::string encoded = util::UTF16to8(decoded);
-        if (decoded.find(u'\uFFFD') == UTF16String::npos) {
-            ASSERT_EQ(encoded, input) << round;
-        }
-        ASSERT_EQ(util::UTF8to16(encoded), decoded) << round;
-
-        std::string ascii(random() % 33, '\0');
-        for (char& b : ascii) b = static_cast<char>(random() % 128);
-        ASSERT_EQ(util::UTF16to8(DecodeExact(ascii)), ascii);
-    }
 }
 
 TEST(MemoryString, Table) {
@@ -129,44 +90,19 @@ TEST(MemoryString, Table) {
         bool decimalUnits;
         const char16_t* expected;
     } cases[] = {
-        {0, 2, false, u"0 B"},
-        {-1, 2, false, u"-1 B"},
-        {1023, 2, false, u"1023 B"},
-        {1024, 2, false, u"1.00 KB"},
-        {1536, 1, false, u"1.5 KB"},
-        {1152, 2, false, u"1.13 KB"},  // 1.125: a tie, away from zero
-        {-1152, 2, false, u"-1.13 KB"},
-        {1535, 0, false, u"1 KB"},
-        {1536, 0, false, u"2 KB"},
-        {1536, -3, false, u"2 KB"},
-        {16777216, 2, false, u"16.00 MB"},
+        {0, 2, false, u"0 B"}, {-1, 2, false, u"-1 B"}, {1023, 2, false, u"1023 B"}, {1024, 2, false, u"1.00 KB"},
+        {1536, 1, false, u"1.5 KB"}, {1152, 2, false, u"1.13 KB"},  // 1.125: a tie, away from zero
+        {-1152, 2, false, u"-1.13 KB"}, {1535, 0, false, u"1 KB"}, {1536, 0, false, u"2 KB"},
+        {1536, -3, false, u"2 KB"}, {16777216, 2, false, u"16.00 MB"}, {1610612736, 3, false, u"1.500 GB"},
         {1048575, 2, false, u"1.00 MB"},  // 1023.999 KB rounds up into the next unit
-        {1048575, 3, false, u"1023.999 KB"},
-        {1610612736, 3, false, u"1.500 GB"},
-        {kMin, 2, false, u"-8.00 EB"},
+        {1048575, 3, false, u"1023.999 KB"}, {kMin, 2, false, u"-8.00 EB"},
         {kMax, 2, false, u"8.00 EB"},  // no unit past EB
-        {999, 2, true, u"999 B"},
-        {1000, 2, true, u"1.00 kB"},
-        {1023, 0, true, u"1 kB"},
-        {999999, 2, true, u"1.00 MB"},
-        {1234567890, 4, true, u"1.2346 GB"},
-        {kMin, 2, true, u"-9.22 EB"},
+        {999, 2, true, u"999 B"}, {1000, 2, true, u"1.00 kB"}, {1023, 0, true, u"1 kB"},
+        {999999, 2, true, u"1.00 MB"}, {1234567890, 4, true, u"1.2346 GB"}, {kMin, 2, true, u"-9.22 EB"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(util::NumberToMemoryString(c.number, c.decimals, c.decimalUnits), c.expected)
             << c.number << " " << c.decimals << " " << c.decimalUnits;
-}
-
-TEST(Stream, WriteEndLineTake) {
-    UTF16StringStream stream;
-    EXPECT_TRUE(stream.Empty());
-    stream << u"one" << static_cast<const char16_t*>(nullptr) << quorcore::EndOfLine << UTF16String(u"two");
-    stream.EndLine();
-    EXPECT_EQ(stream.Str(), u"one\ntwo\n");
-    EXPECT_EQ(stream.Take(), u"one\ntwo\n");
-    EXPECT_TRUE(stream.Empty());
-    stream << u"three";
-    EXPECT_EQ(stream.Str(), u"three");
 }
 
 dbg::ReportCallback Writes(const char16_t* text) {
@@ -174,40 +110,35 @@ dbg::ReportCallback Writes(const char16_t* text) {
 }
 
 TEST(DebugMonitor, RegisterCollectUnregister) {
-    char name[] = "qc.alpha";
-    ASSERT_TRUE(dbg::RegisterDebugMonitorCallback(name, Writes(u"alpha"), {}));
-    std::strcpy(name, "qc.other");  // the registry keeps its own copy
-    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback("qc.alpha", Writes(u"again"), {}));
-    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback(nullptr, Writes(u"x"), {}));
-    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback("qc.empty", dbg::ReportCallback(), {}));
-    EXPECT_EQ(dbg::RegisteredDebugMonitorNames(), std::vector<std::string>{"qc.alpha"});
-
-    UTF16StringStream stream;
-    EXPECT_TRUE(dbg::CollectDebugReport("qc.alpha", stream));
-    EXPECT_FALSE(dbg::CollectDebugReport("qc.other", stream));
-    EXPECT_EQ(stream.Take(), u"alpha");
-
-    EXPECT_FALSE(dbg::UnregisterDebugMonitorCallback("qc.other"));
-    EXPECT_TRUE(dbg::UnregisterDebugMonitorCallback("qc.alpha"));
-    EXPECT_FALSE(dbg::UnregisterDebugMonitorCallback("qc.alpha"));
-    EXPECT_FALSE(dbg::CollectDebugReport("qc.alpha", stream));
-    EXPECT_TRUE(dbg::RegisteredDebugMonitorNames().empty());
-}
-
-TEST(DebugMonitor, CollectAllInNameOrderSkippingDisabled) {
+    char name[] = "qc.b";
     bool enabled = false;
-    ASSERT_TRUE(dbg::RegisterDebugMonitorCallback("qc.b", Writes(u"B"), {}));
+    ASSERT_TRUE(dbg::RegisterDebugMonitorCallback(name, Writes(u"B"), {}));
+    std::strcpy(name, "qc.x");  // the registry keeps its own copy
     ASSERT_TRUE(dbg::RegisterDebugMonitorCallback("qc.a", Writes(u"A"), {}));
     ASSERT_TRUE(dbg::RegisterDebugMonitorCallback("qc.c", Writes(u"C"), [&enabled] { return enabled; }));
+    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback("qc.b", Writes(u"again"), {}));
+    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback(nullptr, Writes(u"x"), {}));
+    EXPECT_FALSE(dbg::RegisterDebugMonitorCallback("qc.empty", dbg::ReportCallback(), {}));
+    EXPECT_EQ(dbg::RegisteredDebugMonitorNames(), (std::vector<std::string>{"qc.a", "qc.b", "qc.c"}));
+
     UTF16StringStream stream;
-    dbg::CollectAllDebugReports(stream);
-    EXPECT_EQ(stream.Take(), u"[qc.a]\nA[qc.b]\nB");
+    stream << static_cast<const char16_t*>(nullptr);  // writes nothing
+    EXPECT_TRUE(dbg::CollectDebugReport("qc.b", stream));
+    EXPECT_FALSE(dbg::CollectDebugReport("qc.x", stream));
     EXPECT_TRUE(dbg::CollectDebugReport("qc.c", stream));  // registered, but says no
-    EXPECT_TRUE(stream.Empty());
+    EXPECT_EQ(stream.Take(), u"B");
+    dbg::CollectAllDebugReports(stream);  // in name order, without the disabled one
+    EXPECT_EQ(stream.Take(), u"[qc.a]\nA[qc.b]\nB");
     enabled = true;
     dbg::CollectAllDebugReports(stream);
     EXPECT_EQ(stream.Take(), u"[qc.a]\nA[qc.b]\nB[qc.c]\nC");
-    for (const char* name : {"qc.a", "qc.b", "qc.c"}) EXPECT_TRUE(dbg::UnregisterDebugMonitorCallback(name));
+    EXPECT_TRUE(stream.Empty());
+
+    EXPECT_FALSE(dbg::UnregisterDebugMonitorCallback("qc.x"));
+    for (const char* n : {"qc.a", "qc.b", "qc.c"}) EXPECT_TRUE(dbg::UnregisterDebugMonitorCallback(n));
+    EXPECT_FALSE(dbg::UnregisterDebugMonitorCallback("qc.b"));
+    EXPECT_FALSE(dbg::CollectDebugReport("qc.b", stream));
+    EXPECT_TRUE(dbg::RegisteredDebugMonitorNames().empty());
 }
 
 TEST(DebugMonitor, ReportMayUseTheRegistry) {
@@ -224,20 +155,35 @@ TEST(DebugMonitor, ReportMayUseTheRegistry) {
     EXPECT_TRUE(dbg::UnregisterDebugMonitorCallback("qc.inner"));
 }
 
-TEST(Executor, JobsFromSeveralThreadsRunOnce) {
+// Each job posts two children down to a depth, and some throw.
+void Spawn(const boost::shared_ptr<thr::AsyncExecutor>& executor, std::atomic<int>& count, int depth) {
+    ++count;
+    if (depth == 0) return;
+    for (int i = 0; i < 2; ++i) executor->Post([&executor, &count, depth] { Spawn(executor, count, depth - 1); });
+    if (depth % 2 == 0) throw 1;
+}
+
+// Jobs come from several threads and from jobs, and throwing ones come first, one for every worker
+// and more: each job runs once, a throw costs no worker, and WaitIdle covers the whole lot.
+TEST(Executor, EveryJobRunsOnceBeforeWaitIdleReturns) {
     const boost::shared_ptr<thr::AsyncExecutor> executor = thr::GetCPUBoundExecutor();
     ASSERT_TRUE(executor);
     EXPECT_EQ(thr::GetCPUBoundExecutor(), executor);
+    const int throwers = 4 * static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    for (int i = 0; i < throwers; ++i) executor->Post([] { throw std::runtime_error("dropped"); });
     constexpr int kPosters = 4, kJobs = 2000;
     std::vector<std::atomic<int>> runs(kPosters * kJobs);
+    std::atomic<int> tree{0};
     std::vector<std::thread> posters;
     for (int p = 0; p < kPosters; ++p)
         posters.emplace_back([&, p] {
             for (int j = 0; j < kJobs; ++j) executor->Post([&runs, i = p * kJobs + j] { ++runs[i]; });
         });
+    executor->Post([&] { Spawn(executor, tree, 10); });
     for (std::thread& t : posters) t.join();
     executor->WaitIdle();
     EXPECT_EQ(std::count(runs.begin(), runs.end(), 1), kPosters * kJobs);
+    EXPECT_EQ(tree.load(), (1 << 11) - 1);
 
     // An empty queue is not enough: WaitIdle also waits for the job a worker is running.
     std::atomic<int> stage{0};
@@ -251,30 +197,8 @@ TEST(Executor, JobsFromSeveralThreadsRunOnce) {
     EXPECT_EQ(stage.load(), 2);
 }
 
-// Each job posts two children down to a depth, and some throw: WaitIdle covers the whole tree and
-// a throwing job costs no worker.
-void Spawn(const boost::shared_ptr<thr::AsyncExecutor>& executor, std::atomic<int>& count, int depth) {
-    ++count;
-    if (depth == 0) return;
-    for (int i = 0; i < 2; ++i) executor->Post([&executor, &count, depth] { Spawn(executor, count, depth - 1); });
-    if (depth % 2 == 0) throw std::runtime_error("dropped");
-}
-
-TEST(Executor, JobsPostJobsAndThrow) {
-    const boost::shared_ptr<thr::AsyncExecutor> executor = thr::GetCPUBoundExecutor();
-    std::atomic<int> count{0};
-    const int throwers = 4 * static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    for (int i = 0; i < throwers; ++i) executor->Post([] { throw 1; });
-    executor->Post([&] { Spawn(executor, count, 10); });
-    executor->WaitIdle();
-    EXPECT_EQ(count.load(), (1 << 11) - 1);
-}
-
 struct CountingExecutor : thr::AsyncExecutor {
-    void Post(const boost::function<void()>& job) override {
-        ++posted;
-        job();
-    }
+    void Post(const boost::function<void()>& job) override { ++posted; job(); }
     void WaitIdle() override {}
     int posted = 0;
 };
@@ -308,17 +232,16 @@ TEST(ExecutorDeathTest, DrainsQueueAtExit) {
         testing::ExitedWithCode(0), "drained");
 }
 
-bool Aligned16(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % 16 == 0; }
+using Pool = util::SmallBlockAllocator;
 
 TEST(SmallBlocks, SizesAlignmentAndCounting) {
-    using Pool = util::SmallBlockAllocator;
     for (const std::size_t bytes : {0, 1, 15, 16, 17, 33, 48, 49, 64, 65, 96, 97, 128, 129, 192, 193, 256, 257, 384,
                                     385, 511, 512, 513, 4096}) {
         const std::size_t before = Pool::OutstandingSmallBlocks();
         auto* a = static_cast<unsigned char*>(Pool::Allocate(bytes));
         auto* b = static_cast<unsigned char*>(Pool::Allocate(bytes));
         ASSERT_TRUE(a != nullptr && b != nullptr && a != b) << bytes;
-        EXPECT_TRUE(Aligned16(a) && Aligned16(b)) << bytes;
+        EXPECT_EQ((reinterpret_cast<std::uintptr_t>(a) | reinterpret_cast<std::uintptr_t>(b)) % 16, 0u) << bytes;
         EXPECT_EQ(Pool::OutstandingSmallBlocks(), before + (bytes <= Pool::kMaxSmallBlock ? 2 : 0)) << bytes;
         // Two blocks of a class too small for the request would overlap here.
         std::memset(a, 0xA1, bytes);
@@ -329,51 +252,37 @@ TEST(SmallBlocks, SizesAlignmentAndCounting) {
         Pool::Deallocate(nullptr, bytes);
         EXPECT_EQ(Pool::OutstandingSmallBlocks(), before) << bytes;
     }
-}
-
-TEST(SmallBlocks, StlAllocator) {
-    const std::size_t before = util::SmallBlockAllocator::OutstandingSmallBlocks();
+    // The container allocator on top: growth through every class and beyond, then all returned.
+    const std::size_t before = Pool::OutstandingSmallBlocks();
     {
         std::vector<int, util::STLAllocator<int>> values;
-        for (int i = 0; i < 10000; ++i) values.push_back(i * 3);
-        for (int i = 0; i < 10000; ++i) ASSERT_EQ(values[i], i * 3);
-        std::vector<int, util::STLAllocator<int>> other(5, 7);
-        values.swap(other);
-        EXPECT_EQ(values.size(), 5u);
+        for (int i = 0; i < 1000; ++i) values.push_back(i * 3);
+        for (int i = 0; i < 1000; ++i) ASSERT_EQ(values[i], i * 3);
     }
-    EXPECT_EQ(util::SmallBlockAllocator::OutstandingSmallBlocks(), before);
-    EXPECT_TRUE(util::STLAllocator<int>() == util::STLAllocator<double>());
-    EXPECT_FALSE(util::STLAllocator<int>() != util::STLAllocator<char>());
+    EXPECT_EQ(Pool::OutstandingSmallBlocks(), before);
 }
 
-// Four threads allocate and release blocks of every size at random, each stamping its blocks
-// and checking the stamp survived before releasing them.
+// Four threads take batches of blocks of every size and release them, each stamping its blocks and
+// checking the stamp survived the other threads' traffic before releasing them.
 TEST(SmallBlocks, Concurrent) {
-    using Pool = util::SmallBlockAllocator;
     const std::size_t before = Pool::OutstandingSmallBlocks();
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([t] {
             std::mt19937 random(t);
-            struct Live { unsigned char* p; std::size_t bytes; unsigned char stamp; };
-            std::vector<Live> live;
-            for (int i = 0; i < 20000; ++i) {
-                if (live.size() < 64 && random() % 3 != 0) {
-                    const std::size_t bytes = random() % 600;
-                    const auto stamp = static_cast<unsigned char>(t * 64 + i % 64);
-                    auto* p = static_cast<unsigned char*>(Pool::Allocate(bytes));
-                    std::memset(p, stamp, bytes);
-                    live.push_back({p, bytes, stamp});
-                } else if (!live.empty()) {
-                    const std::size_t k = random() % live.size();
-                    const Live block = live[k];
-                    EXPECT_EQ(std::count(block.p, block.p + block.bytes, block.stamp), std::ptrdiff_t(block.bytes));
-                    Pool::Deallocate(block.p, block.bytes);
-                    live[k] = live.back();
-                    live.pop_back();
+            std::vector<std::pair<unsigned char*, std::size_t>> live(48);
+            for (int round = 0; round < 400; ++round) {
+                for (std::size_t k = 0; k < live.size(); ++k) {
+                    live[k].second = random() % 600;
+                    live[k].first = static_cast<unsigned char*>(Pool::Allocate(live[k].second));
+                    std::memset(live[k].first, static_cast<int>(t * 64 + k), live[k].second);
+                }
+                for (std::size_t k = 0; k < live.size(); ++k) {
+                    const auto [p, bytes] = live[k];
+                    EXPECT_EQ(std::count(p, p + bytes, static_cast<unsigned char>(t * 64 + k)), std::ptrdiff_t(bytes));
+                    Pool::Deallocate(p, bytes);
                 }
             }
-            for (const Live& block : live) Pool::Deallocate(block.p, block.bytes);
         });
     for (std::thread& t : threads) t.join();
     EXPECT_EQ(Pool::OutstandingSmallBlocks(), before);
@@ -381,13 +290,9 @@ TEST(SmallBlocks, Concurrent) {
 
 TEST(Clock, MonotonicAndInNanoseconds) {
     using Clock = util::HighPrecisionTime;
-    std::uint64_t last = Clock::GetCurrentTime();
-    for (int i = 0; i < 1000; ++i) {
-        const std::uint64_t now = Clock::GetCurrentTime();
-        ASSERT_GE(now, last);
-        last = now;
-    }
     const std::uint64_t start = Clock::GetCurrentTime();
+    for (std::uint64_t last = start, now, i = 0; i < 1000; ++i, last = now)
+        ASSERT_GE(now = Clock::GetCurrentTime(), last);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     const std::int64_t nanos = Clock::ConvertToNanos(Clock::GetCurrentTime() - start);
     EXPECT_GE(nanos, 15'000'000);  // a sanity bound on the units, not a timing check

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "quorunittesting/runner.h"
 #include "quorunittesting/test.h"
@@ -15,15 +16,8 @@
 namespace {
 
 namespace qut = quorunittesting;
-using qut::LocationInfo;
-using qut::RunOptions;
-using qut::RunSummary;
 using qut::TestCase;
 using qut::TestContext;
-using qut::TestRegistry;
-using qut::TestResult;
-using qut::TestSuite;
-using qut::ThrowTestFailure;
 
 int g_fixtures = 0;
 
@@ -32,15 +26,15 @@ struct Fixture {
     void Passes(TestContext& context) { context.TraceOut() << "first line\nsecond line\n"; }
     void Fails(TestContext& context) {
         context.TraceOut() << "before the failure\n";
-        ThrowTestFailure("value == 3", LocationInfo{"Fixture::Fails", "some/file.cpp", 42});
+        qut::ThrowTestFailure("value == 3", qut::LocationInfo{"Fixture::Fails", "some/file.cpp", 42});
     }
     void Throws(TestContext&) { throw std::runtime_error("boom"); }
     void ThrowsInt(TestContext&) { throw 7; }
 };
 
 qut::Test* MakeTree() {
-    auto* root = new TestSuite("root");
-    auto* inner = new TestSuite("inner");
+    auto* root = new qut::TestSuite("root");
+    auto* inner = new qut::TestSuite("inner");
     inner->AddTest(new TestCase<Fixture>("fails", &Fixture::Fails));
     inner->AddTest(new TestCase<Fixture>("passes too", &Fixture::Passes));
     root->AddTest(new TestCase<Fixture>("passes", &Fixture::Passes));
@@ -51,64 +45,54 @@ qut::Test* MakeTree() {
     return root;
 }
 
-TEST(TestFramework, RunsTheTreeInOrderAndCollectsEveryOutcome) {
+TEST(TestFramework, RunsTheTreeInOrderAndReportsEveryOutcome) {
     std::unique_ptr<qut::Test> tree(MakeTree());
     std::ostringstream report;
+    const std::string xmlPath = testing::TempDir() + "quorunittesting.xml";
     g_fixtures = 0;
-    const RunSummary summary = qut::RunTestTree(*tree, RunOptions{&report, true, ""});
+    const qut::RunSummary summary = qut::RunTestTree(*tree, qut::RunOptions{&report, true, xmlPath});
     ASSERT_EQ(summary.results.size(), 5u);
     EXPECT_EQ(g_fixtures, 5);  // a fresh fixture per test
     EXPECT_EQ(summary.passed, 2);
     EXPECT_EQ(summary.failed, 3);
-
     const char* const paths[] = {"root/passes", "root/inner/fails", "root/inner/passes too", "root/throws",
                                  "root/throws int"};
     for (int i = 0; i < 5; ++i) EXPECT_EQ(summary.results[i].path, paths[i]);
 
-    const TestResult& failed = summary.results[1];
+    const qut::TestResult& failed = summary.results[1];
     EXPECT_FALSE(failed.passed);
-    EXPECT_EQ(failed.message, "value == 3");
-    EXPECT_EQ(failed.function, "Fixture::Fails");
-    EXPECT_EQ(failed.file, "some/file.cpp");
-    EXPECT_EQ(failed.line, 42);
+    EXPECT_EQ(failed.message + "|" + failed.function + "|" + failed.file + "|" + std::to_string(failed.line),
+              "value == 3|Fixture::Fails|some/file.cpp|42");
     EXPECT_EQ(failed.trace, "before the failure\n");
     EXPECT_EQ(summary.results[3].message, "unexpected exception: boom");
     EXPECT_EQ(summary.results[4].message, "unexpected exception of unknown type");
     EXPECT_EQ(summary.results[0].trace, "first line\nsecond line\n");
 
     const std::string text = report.str();
-    EXPECT_NE(text.find("root\n  [PASS] passes"), std::string::npos) << text;
-    EXPECT_NE(text.find("  inner\n    [FAIL] fails"), std::string::npos) << text;
-    EXPECT_NE(text.find("at some/file.cpp:42 (Fixture::Fails)"), std::string::npos) << text;
-    EXPECT_NE(text.find("| before the failure"), std::string::npos) << text;
     EXPECT_EQ(text.substr(text.size() - std::string("2 passed, 3 failed\n").size()), "2 passed, 3 failed\n");
+    std::ifstream in(xmlPath);
+    const std::string xml((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::remove(xmlPath.c_str());
+    const std::pair<const std::string*, const char*> parts[] = {
+        {&text, "root\n  [PASS] passes"}, {&text, "  inner\n    [FAIL] fails"},
+        {&text, "at some/file.cpp:42 (Fixture::Fails)"}, {&text, "| before the failure"},
+        {&xml, "<testsuites tests=\"5\" failures=\"3\""}, {&xml, "<testcase classname=\"root/inner\" name=\"fails\""},
+        {&xml, "<failure message=\"value == 3\">some/file.cpp:42</failure>"}};
+    for (const auto& [output, part] : parts)
+        EXPECT_NE(output->find(part), std::string::npos) << part << " in\n" << *output;
 }
 
 TEST(TestFramework, RegistryKeepsOneEntryPerName) {
     auto factory = []() -> qut::Test* { return MakeTree(); };
-    ASSERT_TRUE(TestRegistry::RegisterTest("framework-test", factory));
-    EXPECT_FALSE(TestRegistry::RegisterTest("framework-test", factory));
-    EXPECT_FALSE(TestRegistry::RegisterTest("null factory", nullptr));
+    ASSERT_TRUE(qut::TestRegistry::RegisterTest("framework-test", factory));
+    EXPECT_FALSE(qut::TestRegistry::RegisterTest("framework-test", factory));
+    EXPECT_FALSE(qut::TestRegistry::RegisterTest("null factory", nullptr));
     int count = 0;
-    for (const auto& entry : TestRegistry::Entries()) count += entry.first == "framework-test";
+    for (const auto& entry : qut::TestRegistry::Entries()) count += entry.first == "framework-test";
     EXPECT_EQ(count, 1);
-
-    const RunSummary summary = qut::RunRegisteredTests(RunOptions{}, "framework-test");
-    EXPECT_EQ(summary.results.size(), 5u);
-    EXPECT_TRUE(TestRegistry::UnregisterTest("framework-test"));
-    EXPECT_FALSE(TestRegistry::UnregisterTest("framework-test"));
-}
-
-TEST(TestFramework, WritesJUnitXml) {
-    std::unique_ptr<qut::Test> tree(MakeTree());
-    const std::string path = testing::TempDir() + "quorunittesting.xml";
-    qut::RunTestTree(*tree, RunOptions{nullptr, false, path});
-    std::ifstream in(path);
-    const std::string xml((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_NE(xml.find("<testsuites tests=\"5\" failures=\"3\""), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<testcase classname=\"root/inner\" name=\"fails\""), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<failure message=\"value == 3\">some/file.cpp:42</failure>"), std::string::npos) << xml;
-    std::remove(path.c_str());
+    EXPECT_EQ(qut::RunRegisteredTests(qut::RunOptions{}, "framework-test").results.size(), 5u);
+    EXPECT_TRUE(qut::TestRegistry::UnregisterTest("framework-test"));
+    EXPECT_FALSE(qut::TestRegistry::UnregisterTest("framework-test"));
 }
 
 }  // namespace
