@@ -44,10 +44,24 @@ inline void CopyBits(T* to, const T* from) {
     __builtin_memcpy(to, from, sizeof(T));
 }
 
-// Four frames per round with SSE2 unpacks and shuffles, which move bits without arithmetic, then
-// the remainder one frame at a time.
+// Four frames per step with SSE2 unpacks, which move bits without arithmetic, four steps per
+// round: the loads of a round go first, then its stores, 64 bytes of destination in a row. With
+// the three arrays at the same offset from a 4 KiB boundary (64-byte aligned, 16 KiB apart) one
+// step at a time took 1.35 times as long at 4096 frames, its stores stalling the next loads; other
+// layouts run alike either way. Then four frames per step, then the remainder one frame at a time.
 void InterleaveTwo(std::size_t len, const float* a, const float* b, float* dst) {
     std::size_t i = 0;
+    for (; i + 16 <= len; i += 16) {
+        __m128 va[4], vb[4];
+        for (int k = 0; k < 4; ++k) {
+            va[k] = _mm_loadu_ps(a + i + 4 * k);
+            vb[k] = _mm_loadu_ps(b + i + 4 * k);
+        }
+        for (int k = 0; k < 4; ++k) {
+            _mm_storeu_ps(dst + 2 * i + 8 * k, _mm_unpacklo_ps(va[k], vb[k]));
+            _mm_storeu_ps(dst + 2 * i + 8 * k + 4, _mm_unpackhi_ps(va[k], vb[k]));
+        }
+    }
     for (; i + 4 <= len; i += 4) {
         const __m128 va = _mm_loadu_ps(a + i), vb = _mm_loadu_ps(b + i);
         _mm_storeu_ps(dst + 2 * i, _mm_unpacklo_ps(va, vb));
@@ -61,6 +75,17 @@ void InterleaveTwo(std::size_t len, const float* a, const float* b, float* dst) 
 
 void InterleaveTwo(std::size_t len, const double* a, const double* b, double* dst) {
     std::size_t i = 0;
+    for (; i + 8 <= len; i += 8) {
+        __m128d va[4], vb[4];
+        for (int k = 0; k < 4; ++k) {
+            va[k] = _mm_loadu_pd(a + i + 2 * k);
+            vb[k] = _mm_loadu_pd(b + i + 2 * k);
+        }
+        for (int k = 0; k < 4; ++k) {
+            _mm_storeu_pd(dst + 2 * i + 4 * k, _mm_unpacklo_pd(va[k], vb[k]));
+            _mm_storeu_pd(dst + 2 * i + 4 * k + 2, _mm_unpackhi_pd(va[k], vb[k]));
+        }
+    }
     for (; i + 4 <= len; i += 4) {
         const __m128d a0 = _mm_loadu_pd(a + i), a1 = _mm_loadu_pd(a + i + 2);
         const __m128d b0 = _mm_loadu_pd(b + i), b1 = _mm_loadu_pd(b + i + 2);
