@@ -117,7 +117,7 @@ std::string RunGuarded(const quorunittesting::TestContext& context, const char* 
                        const std::vector<T>& initial, const T* input, Library library, Reference reference) {
     const std::size_t n = initial.size();
     std::vector<T> expected(kLead + n + kTrail<T>, Guard<T>());
-    std::copy(initial.begin(), initial.end(), expected.begin() + kLead);
+    for (std::size_t i = 0; i < n; ++i) expected[kLead + i] = initial[i];
     std::vector<T> actual(expected);
     const std::string name = Name<T>("QP::", operation);
     if (n >= kTracedLength) {
