@@ -5,6 +5,7 @@
 #include <kissfft/kiss_fft.h>
 
 #include <complex>
+#include <cstring>
 #include <vector>
 
 #include "bench_util.h"
@@ -32,7 +33,13 @@ struct QpState {
         qt::FFTInit(&state, static_cast<unsigned>(order));
         unsigned int size = 0;
         qt::FFTGetBufSize(state, &size);
-        if (size != 0) buffer = qu::Malloc_Byte(size);
+        if (size != 0) {
+            // Touched once, as by an application that reuses its buffer: otherwise the first calls
+            // of a short run pay the page faults of a fresh allocation (tens of MiB at order 22),
+            // which FFTW's planning has already paid for its own buffers.
+            buffer = qu::Malloc_Byte(size);
+            std::memset(buffer, 0, size);
+        }
     }
     ~QpState() {
         qt::FFTFree(state);
