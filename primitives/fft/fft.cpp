@@ -194,6 +194,19 @@ QP_INLINE Status Check(const void* spec, int tag, bool dataOk, const unsigned ch
     return qpStsNoErr;
 }
 
+// The radix passes of the in-cache method use the destination as their second buffer: as one
+// array of per-vector blocks where it is one array (interleaved and real kinds: dstIm = dstRe + N),
+// as its two arrays for the split kinds.
+template <bool Interleaved, typename T, typename In, typename Out>
+QP_INLINE void RunPasses(const fft::Plan& plan, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled, T scale) {
+    if constexpr (Interleaved) {
+        (void)dstIm;
+        RunInCache<T>(plan, x, y, simd::BlockIn<T>{dstRe}, simd::BlockOut<T>{dstRe}, work, scaled, scale);
+    } else {
+        RunInCache<T>(plan, x, y, simd::SplitIn<T>{dstRe, dstIm}, simd::SplitOut<T>{dstRe, dstIm}, work, scaled, scale);
+    }
+}
+
 template <bool Interleaved, typename T, typename In, typename Out>
 QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled) {
     const T scale = s->h.scale;
@@ -206,14 +219,14 @@ QP_INLINE void RunComplex(const Spec<T>* s, In x, Out y, T* dstRe, T* dstIm, T* 
                 Direct<T>(s->b.engineOrder, x, y, s->b.small, scaled ? scale : static_cast<T>(1));
             break;
         case fft::kMethodInCache:
-            RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
+            RunPasses<Interleaved, T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
             break;
         case fft::kMethodLanes:
             if (s->b.lanes[kWidthIndex].lanes != 0)
                 RunLanes<T>(s->b.lanes[kWidthIndex], s->b.engineOrder, simd::PairLanes(x), simd::PairLanes(y), work,
                             scaled, scale);
             else
-                RunInCache<T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
+                RunPasses<Interleaved, T>(s->b.main, x, y, dstRe, dstIm, work, scaled, scale);
             break;
         default:
             RunLarge<Interleaved, T>(s, x, y, dstRe, dstIm, work, scaled, scale);
@@ -548,8 +561,8 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
 // s >= 2 L), as in the split step alone; butterfly 0 maps onto itself (pairs r s and (R - r) s,
 // bin M / 2 and bins 0 and N / 2) and is finished in scalars. The arithmetic is that of the split
 // step (same functions), so the results are the same.
-template <int R, typename T>
-QP_FFT_LOCAL void LastPassSplitForward(simd::SplitIn<T> x, T* d, std::int64_t m, const T* split,
+template <int R, typename T, typename In>
+QP_FFT_LOCAL void LastPassSplitForward(In x, T* d, std::int64_t m, const T* split,
                                        std::int64_t splitCount, T scale) {
     constexpr int L = simd::kLanes<T>;
     const std::int64_t s = m / R;
@@ -616,9 +629,9 @@ template <typename T>
 QP_INLINE void RealFusedForward(const Spec<T>* s, const T* src, T* dst, T* work, std::int64_t m,
                                 std::int64_t splitCount, T scale) {
     const fft::Plan& plan = s->b.main;
-    FirstPass<T>(simd::InterIn<T>{src}, simd::SplitOut<T>{work, work + m}, plan.pass[0], m);
-    MiddlePasses<T>(plan, dst, dst + m, work);
-    const simd::SplitIn<T> fromWork{work, work + m};
+    FirstPass<T>(simd::InterIn<T>{src}, simd::BlockOut<T>{work}, plan.pass[0], m);
+    MiddlePasses<T>(plan, simd::BlockIn<T>{dst}, simd::BlockOut<T>{dst}, work);
+    const simd::BlockIn<T> fromWork{work};
     LastPassSplitForward<4, T>(fromWork, dst, m, s->h.split, splitCount, scale);  // radix 4 (see FusesSplit)
 }
 

@@ -442,8 +442,8 @@ QP_INLINE void PassOfRadix(In x, Out y, std::int64_t total, std::int64_t s, cons
 // every expanded pass), and batched plans only have column-form passes.
 #define QP_FFT_LOCAL __attribute__((noinline))
 
-template <typename T, typename In>
-QP_FFT_LOCAL void FirstPass(In x, simd::SplitOut<T> y, const fft::Pass& pass, std::int64_t total) {
+template <typename T, typename In, typename Out>
+QP_FFT_LOCAL void FirstPass(In x, Out y, const fft::Pass& pass, std::int64_t total) {
     const T* tw = static_cast<const T*>(pass.tw);
     switch (pass.radix) {
         case 2: PassFlatZip<2, 1, false, T>(x, y, total, tw, T(1)); break;
@@ -452,8 +452,8 @@ QP_FFT_LOCAL void FirstPass(In x, simd::SplitOut<T> y, const fft::Pass& pass, st
     }
 }
 
-template <bool Scaled, typename T, typename Out>
-QP_FFT_LOCAL void ColumnPass(simd::SplitIn<T> x, Out y, const fft::Pass& pass, std::int64_t total, T scale) {
+template <bool Scaled, typename T, typename In, typename Out>
+QP_FFT_LOCAL void ColumnPass(In x, Out y, const fft::Pass& pass, std::int64_t total, T scale) {
     const T* tw = static_cast<const T*>(pass.tw);
     switch (pass.radix) {
         case 2: PassColumns<2, Scaled, T>(x, y, total, pass.stride, tw, scale); break;
@@ -462,8 +462,8 @@ QP_FFT_LOCAL void ColumnPass(simd::SplitIn<T> x, Out y, const fft::Pass& pass, s
     }
 }
 
-template <typename T>
-QP_FFT_LOCAL void MiddlePass(simd::SplitIn<T> x, simd::SplitOut<T> y, const fft::Pass& pass, std::int64_t total) {
+template <typename T, typename In, typename Out>
+QP_FFT_LOCAL void MiddlePass(In x, Out y, const fft::Pass& pass, std::int64_t total) {
     const T* tw = static_cast<const T*>(pass.tw);
     switch (pass.radix) {
         case 2: PassOfRadix<2, false, T>(x, y, total, pass.stride, tw, T(1)); break;
@@ -472,12 +472,14 @@ QP_FFT_LOCAL void MiddlePass(simd::SplitIn<T> x, simd::SplitOut<T> y, const fft:
     }
 }
 
-// Passes 1 .. count - 2 of an even-count plan: work -> destination -> work ... -> work.
-template <typename T>
-QP_INLINE void MiddlePasses(const Plan& plan, T* dstRe, T* dstIm, T* work) {
+// Passes 1 .. count - 2 of an even-count plan: work -> destination -> work ... -> work. The work
+// buffer holds per-vector blocks; the destination is read and written through fromDst / toDst
+// (blocks where it is one array, the interleaved and real kinds; split arrays otherwise).
+template <typename T, typename DIn, typename DOut>
+QP_INLINE void MiddlePasses(const Plan& plan, DIn fromDst, DOut toDst, T* work) {
     const std::int64_t total = std::int64_t{1} << plan.order;
-    const simd::SplitIn<T> fromWork{work, work + total}, fromDst{dstRe, dstIm};
-    const simd::SplitOut<T> toWork{work, work + total}, toDst{dstRe, dstIm};
+    const simd::BlockIn<T> fromWork{work};
+    const simd::BlockOut<T> toWork{work};
     for (int i = 1; i + 1 < plan.count; ++i) {
         if (i & 1)
             MiddlePass<T>(fromWork, toDst, plan.pass[i], total);
@@ -487,12 +489,12 @@ QP_INLINE void MiddlePasses(const Plan& plan, T* dstRe, T* dstIm, T* work) {
 }
 
 // One transform by an even-count plan: source -> work -> destination -> ... -> destination.
-template <typename T, typename In, typename Out>
-QP_INLINE void RunInCache(const Plan& plan, In x, Out y, T* dstRe, T* dstIm, T* work, bool scaled, T scale) {
+template <typename T, typename In, typename Out, typename DIn, typename DOut>
+QP_INLINE void RunInCache(const Plan& plan, In x, Out y, DIn fromDst, DOut toDst, T* work, bool scaled, T scale) {
     const std::int64_t total = std::int64_t{1} << plan.order;
-    const simd::SplitIn<T> fromWork{work, work + total};
-    FirstPass<T>(x, simd::SplitOut<T>{work, work + total}, plan.pass[0], total);
-    MiddlePasses<T>(plan, dstRe, dstIm, work);
+    const simd::BlockIn<T> fromWork{work};
+    FirstPass<T>(x, simd::BlockOut<T>{work}, plan.pass[0], total);
+    MiddlePasses<T>(plan, fromDst, toDst, work);
     if (scaled)
         ColumnPass<true, T>(fromWork, y, plan.pass[plan.count - 1], total, scale);
     else
