@@ -280,25 +280,14 @@ struct BlockIn {
     static constexpr bool kPairLanes = false;
     const T* p;
     QP_INLINE CVec<T> Load(std::ptrdiff_t i) const { return {simd::Load(p + 2 * i), simd::Load(p + 2 * i + kLanes<T>)}; }
-    QP_INLINE void Get(std::ptrdiff_t i, T& r, T& m) const {
-        const std::ptrdiff_t at = 2 * i - i % kLanes<T>;
-        r = p[at];
-        m = p[at + kLanes<T>];
-    }
 };
 template <typename T>
 struct BlockOut {
     static constexpr bool kPairLanes = false;
     T* p;
-    QP_INLINE CVec<T> Load(std::ptrdiff_t i) const { return BlockIn<T>{p}.Load(i); }
     QP_INLINE void Store(std::ptrdiff_t i, CVec<T> v) const {
         simd::Store(p + 2 * i, v.re);
         simd::Store(p + 2 * i + kLanes<T>, v.im);
-    }
-    QP_INLINE void Put(std::ptrdiff_t i, T r, T m) const {
-        const std::ptrdiff_t at = 2 * i - i % kLanes<T>;
-        p[at] = r;
-        p[at + kLanes<T>] = m;
     }
 };
 template <typename T, bool Swap = false>

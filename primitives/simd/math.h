@@ -119,14 +119,34 @@ QP_INLINE VF Lookup16(const float* table, VI idx) {
 #endif
 }
 
+// x = 2^k z with z from the bits of x minus those of `offset` (the start of the intervals): the
+// exponent field of the difference gives k (*k receives k + kAdjust as a float), its bits from
+// `shift` up to the exponent the interval index; returns z.
+QP_INLINE VF SplitLogBits(VF x, VI kAdjust, std::int32_t offset, int shift, VI* idx, VF* k) {
+    const VI ix = BitCast<std::int32_t>(x);
+    const VI t = ix - offset;
+    *idx = t >> shift;
+    *k = __builtin_convertvector((t >> 23) + kAdjust, VF);
+    return BitCast<float>(ix - (t & static_cast<std::int32_t>(0xff800000u)));
+}
+
 // The reduction above: returns r (exact) and the interval index; *k receives k + kAdjust as a float.
 QP_INLINE VF ReduceLogTable(VF x, VI kAdjust, VI* idx, VF* k) {
-    const VI ix = BitCast<std::int32_t>(x);
-    const VI t = ix - kLogTableOffset;
-    *idx = t >> 19;
-    *k = __builtin_convertvector((t >> 23) + kAdjust, VF);
-    const VF z = BitCast<float>(ix - (t & static_cast<std::int32_t>(0xff800000u)));
+    const VF z = SplitLogBits(x, kAdjust, kLogTableOffset, 19, idx, k);
     return MulAdd<float>(z, Lookup16(kLogTableC, *idx), Broadcast(-1.0f));
+}
+
+// k ln 2 - ln c_i + r + r^2 Q(r) from hi + lo = -ln c_i and q = Q(r): T = k ln2 - ln c_i as
+// T_hi + T_lo with T_hi exact; T_hi + r is summed with its rounding error recovered (exact because
+// |T_hi| >= |r| unless T_hi = 0), and the small parts T_lo, that error and r^2 Q(r) are added last,
+// so that the sum is rounded essentially once.
+QP_INLINE VF LogTableSum(VF r, VF k, VF hi, VF lo, VF q) {
+    constexpr float kLn2Hi = 6.9313812256e-01f, kLn2Lo = 9.058001524e-06f;  // lo: ln 2 - hi, rounded
+    const VF tHi = MulAdd<float>(k, Broadcast(kLn2Hi), hi);
+    const VF tLo = MulAdd<float>(k, Broadcast(kLn2Lo), lo);
+    const VF s = tHi + r;
+    const VF sErr = (tHi - s) + r;
+    return s + MulAdd<float>(q, r * r, tLo + sErr);
 }
 
 // Q(r) = (ln(1 + r) - r) / r^2 on |r| <= 0.041, cubic, -1/2 kept exact; |r^2 (Q - Q(r))| <= 2^-28.5 |r|.
@@ -136,22 +156,14 @@ QP_INLINE VF LogTableQ(VF r) {
     return MulAdd<float>(q, r, Broadcast(-0.5f));
 }
 
-// ln(2^kAdjust x) for positive normal x, 16-lane builds, without a division. T = k ln2 - ln c_i as
-// T_hi + T_lo with T_hi exact; T_hi + r is summed with its rounding error recovered (exact because
-// |T_hi| >= |r| unless T_hi = 0), and the small parts T_lo, that error and r^2 Q(r) are added last,
-// so that the sum is rounded essentially once. Near 1 (k = 0, c_i = 1) T_hi = T_lo = 0 and the
-// result is r + r^2 Q(r); ln 1 = +0. Worst error over all floats 0.584 ulp (at 1.02365005, next to
-// the interval around 1, where |r| is largest against the result).
+// ln(2^kAdjust x) for positive normal x, 16-lane builds, without a division. Near 1 (k = 0,
+// c_i = 1) T_hi = T_lo = 0 and the result is r + r^2 Q(r); ln 1 = +0. Worst error over all floats
+// 0.584 ulp (at 1.02365005, next to the interval around 1, where |r| is largest against the result).
 QP_INLINE VF LogF24Table(VF x, VI kAdjust) {
-    constexpr float kLn2Hi = 6.9313812256e-01f, kLn2Lo = 9.058001524e-06f;  // lo: ln 2 - hi, rounded
     VI idx;
     VF k;
     const VF r = ReduceLogTable(x, kAdjust, &idx, &k);
-    const VF tHi = MulAdd<float>(k, Broadcast(kLn2Hi), Lookup16(kLogTableHi, idx));
-    const VF tLo = MulAdd<float>(k, Broadcast(kLn2Lo), Lookup16(kLogTableLo, idx));
-    const VF s = tHi + r;
-    const VF sErr = (tHi - s) + r;
-    return s + MulAdd<float>(LogTableQ(r), r * r, tLo + sErr);
+    return LogTableSum(r, k, Lookup16(kLogTableHi, idx), Lookup16(kLogTableLo, idx), LogTableQ(r));
 }
 
 // The same reduction with T = k ln 2 - ln c_i rounded once: relative error 2^-22.3 or better over
@@ -191,22 +203,15 @@ QP_INLINE VF Lookup8(const float* table, VI idx) {
 }
 
 QP_INLINE VF LogF24Table8(VF x, VI kAdjust) {
-    constexpr float kLn2Hi = 6.9313812256e-01f, kLn2Lo = 9.058001524e-06f;
-    const VI ix = BitCast<std::int32_t>(x);
-    const VI t = ix - kLogTable8Offset;
-    const VI idx = t >> 20;
-    const VF k = __builtin_convertvector((t >> 23) + kAdjust, VF);
-    const VF z = BitCast<float>(ix - (t & static_cast<std::int32_t>(0xff800000u)));
+    VI idx;
+    VF k;
+    const VF z = SplitLogBits(x, kAdjust, kLogTable8Offset, 20, &idx, &k);
     const VF r = MulAdd<float>(z, Lookup8(kLogTable8C, idx), Broadcast(-1.0f));
-    const VF tHi = MulAdd<float>(k, Broadcast(kLn2Hi), Lookup8(kLogTable8Hi, idx));
-    const VF tLo = MulAdd<float>(k, Broadcast(kLn2Lo), Lookup8(kLogTable8Lo, idx));
     VF q = MulAdd<float>(r, Broadcast(-1.6749827564e-01f), Broadcast(2.0088595152e-01f));
     q = MulAdd<float>(q, r, Broadcast(-2.4999871850e-01f));
     q = MulAdd<float>(q, r, Broadcast(3.3333212137e-01f));
     q = MulAdd<float>(q, r, Broadcast(-0.5f));
-    const VF s = tHi + r;
-    const VF sErr = (tHi - s) + r;
-    return s + MulAdd<float>(q, r * r, tLo + sErr);
+    return LogTableSum(r, k, Lookup8(kLogTable8Hi, idx), Lookup8(kLogTable8Lo, idx), q);
 }
 
 // --- Table-free reduction (narrower builds) ------------------------------------------------------
