@@ -1,8 +1,7 @@
 // Complex, polar and channel helpers. The complex exports move the length last and tail-call their
 // primitive; the channel exports are plain loops of their own.
-#include <emmintrin.h>
-
 #include <cstddef>
+#include <utility>
 
 #include "quoraccelerate/utility/complex.h"
 #include "runtime/dispatch.h"
@@ -38,109 +37,149 @@ void RealToComplex(unsigned int, const float*, const float*, float*) {}
 
 namespace {
 
+#define QP_CHANNEL_INLINE inline __attribute__((always_inline))
+
 // One element's bit pattern, so NaN payloads and signed zeros pass unchanged.
 template <typename T>
 inline void CopyBits(T* to, const T* from) {
     __builtin_memcpy(to, from, sizeof(T));
 }
 
-// Four frames per step with SSE2 unpacks, which move bits without arithmetic, four steps per
-// round: the loads of a round go first, then its stores, 64 bytes of destination in a row. With
-// the three arrays at the same offset from a 4 KiB boundary (64-byte aligned, 16 KiB apart) one
-// step at a time took 1.35 times as long at 4096 frames, its stores stalling the next loads; other
-// layouts run alike either way. Then four frames per step, then the remainder one frame at a time.
-void InterleaveTwo(std::size_t len, const float* a, const float* b, float* dst) {
-    std::size_t i = 0;
-    for (; i + 16 <= len; i += 16) {
-        __m128 va[4], vb[4];
-        for (int k = 0; k < 4; ++k) {
-            va[k] = _mm_loadu_ps(a + i + 4 * k);
-            vb[k] = _mm_loadu_ps(b + i + 4 * k);
+// The two-channel loops, written once over the element type and the vector width: vectors of
+// Bytes bytes (compiler vector types) rearranged by two-source shuffles, which move bits without
+// arithmetic. A round moves one 64-byte line of each channel: R = 64 / Bytes steps of one vector
+// per channel, the loads of the round first, then its stores, and Deinterleave writes the round's
+// vectors to one channel, then to the other. With 16-byte vectors and the three arrays at the same
+// offset from a 4 KiB boundary, one step at a time took 1.35 times as long at 4096 frames (its
+// stores stalled the next loads), and alternating single stores between the two channels ran at
+// half the speed once the arrays left the caches; with 64-byte vectors, rounds of four vectors
+// took 1.1 to 1.5 times as long as single steps. Then single steps, then the remaining frames one
+// at a time. Each width is compiled with the instruction set that has it (below) and chosen by the
+// code path in force, so these loops run as wide as the kernels of the primitives do. The loops
+// over a round's vectors are unrolled by force: left rolled, GCC copied the loaded vectors through
+// the stack (five times slower at 32 bytes).
+template <typename T, int Bytes>
+struct TwoChannels {
+    typedef T V __attribute__((vector_size(Bytes)));
+    static constexpr std::size_t N = Bytes / sizeof(T);  // frames per step
+    static constexpr std::size_t R = 64 / Bytes;         // steps per round
+
+    // Vectors pass by reference only: a vector wider than the file's baseline instruction set
+    // must not cross a function boundary by value (the calls are inlined anyway).
+    static QP_CHANNEL_INLINE void Load(V& v, const T* p) { __builtin_memcpy(&v, p, sizeof v); }
+    static QP_CHANNEL_INLINE void Store(T* p, const V& v) { __builtin_memcpy(p, &v, sizeof v); }
+
+    // Frames i .. i + N - 1 of a and b to dst (2 N values from 2 i).
+    template <std::size_t... I>
+    static QP_CHANNEL_INLINE void Zip(const V& a, const V& b, T* dst, std::index_sequence<I...>) {
+        const V lo = __builtin_shufflevector(a, b, (I / 2 + I % 2 * N)...);
+        const V hi = __builtin_shufflevector(a, b, (N / 2 + I / 2 + I % 2 * N)...);
+        Store(dst, lo);
+        Store(dst + N, hi);
+    }
+    // The even and the odd values of s0, s1.
+    template <std::size_t... I>
+    static QP_CHANNEL_INLINE void Unzip(const V& s0, const V& s1, V& even, V& odd, std::index_sequence<I...>) {
+        even = __builtin_shufflevector(s0, s1, (2 * I)...);
+        odd = __builtin_shufflevector(s0, s1, (2 * I + 1)...);
+    }
+
+    static QP_CHANNEL_INLINE void Interleave(std::size_t len, const T* a, const T* b, T* dst) {
+        constexpr auto lanes = std::make_index_sequence<N>{};
+        std::size_t i = 0;
+        for (; i + R * N <= len; i += R * N) {
+            V va[R], vb[R];
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) {
+                Load(va[k], a + i + k * N);
+                Load(vb[k], b + i + k * N);
+            }
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Zip(va[k], vb[k], dst + 2 * (i + k * N), lanes);
         }
-        for (int k = 0; k < 4; ++k) {
-            _mm_storeu_ps(dst + 2 * i + 8 * k, _mm_unpacklo_ps(va[k], vb[k]));
-            _mm_storeu_ps(dst + 2 * i + 8 * k + 4, _mm_unpackhi_ps(va[k], vb[k]));
+        for (; i + N <= len; i += N) {
+            V va, vb;
+            Load(va, a + i);
+            Load(vb, b + i);
+            Zip(va, vb, dst + 2 * i, lanes);
+        }
+        for (; i < len; ++i) {
+            CopyBits(dst + 2 * i, a + i);
+            CopyBits(dst + 2 * i + 1, b + i);
         }
     }
-    for (; i + 4 <= len; i += 4) {
-        const __m128 va = _mm_loadu_ps(a + i), vb = _mm_loadu_ps(b + i);
-        _mm_storeu_ps(dst + 2 * i, _mm_unpacklo_ps(va, vb));
-        _mm_storeu_ps(dst + 2 * i + 4, _mm_unpackhi_ps(va, vb));
+
+    static QP_CHANNEL_INLINE void Deinterleave(std::size_t len, const T* src, T* a, T* b) {
+        constexpr auto lanes = std::make_index_sequence<N>{};
+        std::size_t i = 0;
+        for (; i + R * N <= len; i += R * N) {
+            V s[2 * R], even[R], odd[R];
+#pragma GCC unroll 8
+            for (std::size_t k = 0; k < 2 * R; ++k) Load(s[k], src + 2 * i + k * N);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Unzip(s[2 * k], s[2 * k + 1], even[k], odd[k], lanes);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Store(a + i + k * N, even[k]);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Store(b + i + k * N, odd[k]);
+        }
+        for (; i + N <= len; i += N) {
+            V s0, s1, even, odd;
+            Load(s0, src + 2 * i);
+            Load(s1, src + 2 * i + N);
+            Unzip(s0, s1, even, odd, lanes);
+            Store(a + i, even);
+            Store(b + i, odd);
+        }
+        for (; i < len; ++i) {
+            CopyBits(a + i, src + 2 * i);
+            CopyBits(b + i, src + 2 * i + 1);
+        }
     }
-    for (; i < len; ++i) {
-        CopyBits(dst + 2 * i, a + i);
-        CopyBits(dst + 2 * i + 1, b + i);
+};
+
+// One function per width and instruction set: 64-byte vectors on the AVX-512 paths (5, 6),
+// 32-byte on the AVX2 path (4), 16-byte (SSE2) below. AVX alone (path 3) has no lane-crossing
+// permute of single floats: its 32-byte interleave took five shuffles per vector, so it keeps
+// the 16-byte loops.
+template <typename T>
+__attribute__((target("avx512f"))) void InterleaveTwo64(std::size_t len, const T* a, const T* b, T* dst) {
+    TwoChannels<T, 64>::Interleave(len, a, b, dst);
+}
+template <typename T>
+__attribute__((target("avx2"))) void InterleaveTwo32(std::size_t len, const T* a, const T* b, T* dst) {
+    TwoChannels<T, 32>::Interleave(len, a, b, dst);
+}
+template <typename T>
+__attribute__((target("avx512f"))) void DeinterleaveTwo64(std::size_t len, const T* src, T* a, T* b) {
+    TwoChannels<T, 64>::Deinterleave(len, src, a, b);
+}
+template <typename T>
+__attribute__((target("avx2"))) void DeinterleaveTwo32(std::size_t len, const T* src, T* a, T* b) {
+    TwoChannels<T, 32>::Deinterleave(len, src, a, b);
+}
+
+// Vector bytes of the code path in force (the library initialises itself on first use).
+int ChannelVectorBytes() {
+    if (qp::g_codePath < 0) qp::InitLibrary();
+    return qp::g_codePath >= 5 ? 64 : qp::g_codePath == 4 ? 32 : 16;
+}
+
+template <typename T>
+void InterleaveTwo(std::size_t len, const T* a, const T* b, T* dst) {
+    switch (ChannelVectorBytes()) {
+        case 64: InterleaveTwo64(len, a, b, dst); break;
+        case 32: InterleaveTwo32(len, a, b, dst); break;
+        default: TwoChannels<T, 16>::Interleave(len, a, b, dst); break;
     }
 }
 
-void InterleaveTwo(std::size_t len, const double* a, const double* b, double* dst) {
-    std::size_t i = 0;
-    for (; i + 8 <= len; i += 8) {
-        __m128d va[4], vb[4];
-        for (int k = 0; k < 4; ++k) {
-            va[k] = _mm_loadu_pd(a + i + 2 * k);
-            vb[k] = _mm_loadu_pd(b + i + 2 * k);
-        }
-        for (int k = 0; k < 4; ++k) {
-            _mm_storeu_pd(dst + 2 * i + 4 * k, _mm_unpacklo_pd(va[k], vb[k]));
-            _mm_storeu_pd(dst + 2 * i + 4 * k + 2, _mm_unpackhi_pd(va[k], vb[k]));
-        }
-    }
-    for (; i + 4 <= len; i += 4) {
-        const __m128d a0 = _mm_loadu_pd(a + i), a1 = _mm_loadu_pd(a + i + 2);
-        const __m128d b0 = _mm_loadu_pd(b + i), b1 = _mm_loadu_pd(b + i + 2);
-        _mm_storeu_pd(dst + 2 * i, _mm_unpacklo_pd(a0, b0));
-        _mm_storeu_pd(dst + 2 * i + 2, _mm_unpackhi_pd(a0, b0));
-        _mm_storeu_pd(dst + 2 * i + 4, _mm_unpacklo_pd(a1, b1));
-        _mm_storeu_pd(dst + 2 * i + 6, _mm_unpackhi_pd(a1, b1));
-    }
-    for (; i < len; ++i) {
-        CopyBits(dst + 2 * i, a + i);
-        CopyBits(dst + 2 * i + 1, b + i);
-    }
-}
-
-// Four frames per step with SSE2 shuffles, four steps per round: the stores of a round go first to
-// one destination, then to the other, 64 bytes each. Alternating single stores between the two
-// destinations runs at about half the speed once the arrays leave the caches.
-void DeinterleaveTwo(std::size_t len, const float* src, float* a, float* b) {
-    std::size_t i = 0;
-    for (; i + 16 <= len; i += 16) {
-        __m128 s[8];
-        for (int k = 0; k < 8; ++k) s[k] = _mm_loadu_ps(src + 2 * i + 4 * k);
-        for (int k = 0; k < 4; ++k) _mm_storeu_ps(a + i + 4 * k, _mm_shuffle_ps(s[2 * k], s[2 * k + 1], _MM_SHUFFLE(2, 0, 2, 0)));
-        for (int k = 0; k < 4; ++k) _mm_storeu_ps(b + i + 4 * k, _mm_shuffle_ps(s[2 * k], s[2 * k + 1], _MM_SHUFFLE(3, 1, 3, 1)));
-    }
-    for (; i + 4 <= len; i += 4) {
-        const __m128 s0 = _mm_loadu_ps(src + 2 * i), s1 = _mm_loadu_ps(src + 2 * i + 4);
-        _mm_storeu_ps(a + i, _mm_shuffle_ps(s0, s1, _MM_SHUFFLE(2, 0, 2, 0)));
-        _mm_storeu_ps(b + i, _mm_shuffle_ps(s0, s1, _MM_SHUFFLE(3, 1, 3, 1)));
-    }
-    for (; i < len; ++i) {
-        CopyBits(a + i, src + 2 * i);
-        CopyBits(b + i, src + 2 * i + 1);
-    }
-}
-
-void DeinterleaveTwo(std::size_t len, const double* src, double* a, double* b) {
-    std::size_t i = 0;
-    for (; i + 8 <= len; i += 8) {
-        __m128d s[8];
-        for (int k = 0; k < 8; ++k) s[k] = _mm_loadu_pd(src + 2 * i + 2 * k);
-        for (int k = 0; k < 4; ++k) _mm_storeu_pd(a + i + 2 * k, _mm_unpacklo_pd(s[2 * k], s[2 * k + 1]));
-        for (int k = 0; k < 4; ++k) _mm_storeu_pd(b + i + 2 * k, _mm_unpackhi_pd(s[2 * k], s[2 * k + 1]));
-    }
-    for (; i + 4 <= len; i += 4) {
-        const __m128d s0 = _mm_loadu_pd(src + 2 * i), s1 = _mm_loadu_pd(src + 2 * i + 2);
-        const __m128d s2 = _mm_loadu_pd(src + 2 * i + 4), s3 = _mm_loadu_pd(src + 2 * i + 6);
-        _mm_storeu_pd(a + i, _mm_unpacklo_pd(s0, s1));
-        _mm_storeu_pd(a + i + 2, _mm_unpacklo_pd(s2, s3));
-        _mm_storeu_pd(b + i, _mm_unpackhi_pd(s0, s1));
-        _mm_storeu_pd(b + i + 2, _mm_unpackhi_pd(s2, s3));
-    }
-    for (; i < len; ++i) {
-        CopyBits(a + i, src + 2 * i);
-        CopyBits(b + i, src + 2 * i + 1);
+template <typename T>
+void DeinterleaveTwo(std::size_t len, const T* src, T* a, T* b) {
+    switch (ChannelVectorBytes()) {
+        case 64: DeinterleaveTwo64(len, src, a, b); break;
+        case 32: DeinterleaveTwo32(len, src, a, b); break;
+        default: TwoChannels<T, 16>::Deinterleave(len, src, a, b); break;
     }
 }
 

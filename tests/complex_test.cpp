@@ -314,11 +314,12 @@ T Pattern(int channel, int frame) {
 }
 
 // Every channel and frame count through the general forms; two channels through the two-channel
-// forms as well (37 frames: whole rounds, a four-frame step and a single frame in both precisions).
+// forms as well (45 frames: whole rounds, single vector steps and single frames at every vector
+// width in both precisions).
 template <typename T>
 void CheckChannels() {
     for (unsigned channels : {1, 2, 3, 4, 5, 8, 9}) {
-        for (unsigned frames : {1, 2, 3, 4, 5, 7, 8, 9, 37, 4099}) {
+        for (unsigned frames : {1, 2, 3, 4, 5, 7, 8, 9, 45, 4099}) {
             if (frames == 4099 && channels != 2) continue;
             SCOPED_TRACE(testing::Message() << "C=" << channels << " F=" << frames);
             std::vector<Buffer<T>> in, out;
@@ -354,9 +355,20 @@ void CheckChannels() {
     }
 }
 
+// The two-channel loops take the vector width of the code path in force (16, 32 or 64 bytes): run
+// them on every path this processor can execute, then give the runtime its own path back.
 TEST(ChannelLayouts, ChannelsInterleaveFrameByFrame) {
-    CheckChannels<float>();
-    CheckChannels<double>();
+    for (int path : qptest::RunnablePaths()) {
+        if (path == qptest::kWidePath) continue;
+        SCOPED_TRACE(testing::Message() << "path " << path);
+        std::int32_t index = -1;
+        ASSERT_EQ(qp::SetCpuFeatures(qp::kPathFeatures[path], &index), qp::qpStsNoErr);
+        ASSERT_EQ(index, path);
+        CheckChannels<float>();
+        CheckChannels<double>();
+    }
+    qp::ResetRuntime(nullptr);
+    qp::InitLibrary();
 }
 
 // No frames: neither the channel table nor the data is touched (null pointers do not fault).

@@ -265,8 +265,8 @@ Measured Measure(const Kind& k, bool inverse, int order, const std::vector<int>&
 //  - builds without FMA (paths 0 to 3) round both products of every complex product; FFTW's kernels
 //    on a processor with FMA fuse them: up to 9 % (real double at order 11);
 //  - the real kinds below order 13: the split step of the half-length method rounds its input, its
-//    sums and its products: up to 1.5 % (real double order 7 on the 64-byte builds); the straight-
-//    line real kernels of order 4 reach 1.4 % (single precision inverse);
+//    sums and its products: up to 1.5 % (real double order 7 on the 64-byte builds); the inverse
+//    straight-line real kernels of order 4 reach 1.4 % (single precision);
 //  - the test-only 512-bit build lowered to AVX2 runs the scalar straight-line kernels at complex
 //    orders 4 and 5 (N < L^2), and its real kinds at orders 5 and 6 run on them: up to 3.3 %.
 double Bound(const Kind& k, int order, int path) {
