@@ -1,8 +1,7 @@
-// Shared pieces of the FFT tests: the six kinds behind one calling shape, references (a long-double
-// DFT for small orders, FFTW in double precision above), error measures and guarded buffers.
+// Shared pieces of the FFT tests: the six kinds behind one calling shape, an exact reference (a
+// long-double FFT), error measures and guarded buffers.
 #pragma once
 
-#include <fftw3.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "fft/fft_spec.h"
@@ -49,40 +47,50 @@ qp::Status Apply(const Kind& k, int path, bool inverse, const T* src, T* dst, co
     return reinterpret_cast<F>(const_cast<void*>(fn))(src, dst, spec, buf);
 }
 
-#define FFTT_PATHS(fn) reinterpret_cast<const void* const*>(qptest::fn##_paths)
+// The six kinds (the tests index this table: 0 c32s, 1 c32i, 2 r32, 3 c64s, 4 c64i, 5 r64) with the
+// largest order each accepts.
+#define FFTT_KIND(s, tag, isDouble, shape, limit)                                                          \
+    {#s, qp::fft::tag, isDouble, Shape::shape, limit, qptest::fft_size_##s##_paths,                        \
+     qptest::fft_init_##s##_paths, reinterpret_cast<const void* const*>(qptest::fft_fwd_##s##_paths),     \
+     reinterpret_cast<const void* const*>(qptest::fft_inv_##s##_paths)}
 inline const std::vector<Kind>& Kinds() {
     static const std::vector<Kind> kinds = {
-        {"c32s", qp::fft::kKindC32Split, false, Shape::kSplit, 29, qptest::fft_size_c32s_paths, qptest::fft_init_c32s_paths,
-         FFTT_PATHS(fft_fwd_c32s), FFTT_PATHS(fft_inv_c32s)},
-        {"c32i", qp::fft::kKindC32Interleaved, false, Shape::kInterleaved, 28, qptest::fft_size_c32i_paths,
-         qptest::fft_init_c32i_paths, FFTT_PATHS(fft_fwd_c32i), FFTT_PATHS(fft_inv_c32i)},
-        {"r32", qp::fft::kKindR32, false, Shape::kReal, 29, qptest::fft_size_r32_paths, qptest::fft_init_r32_paths,
-         FFTT_PATHS(fft_fwd_r32), FFTT_PATHS(fft_inv_r32)},
-        {"c64s", qp::fft::kKindC64Split, true, Shape::kSplit, 28, qptest::fft_size_c64s_paths, qptest::fft_init_c64s_paths,
-         FFTT_PATHS(fft_fwd_c64s), FFTT_PATHS(fft_inv_c64s)},
-        {"c64i", qp::fft::kKindC64Interleaved, true, Shape::kInterleaved, 27, qptest::fft_size_c64i_paths,
-         qptest::fft_init_c64i_paths, FFTT_PATHS(fft_fwd_c64i), FFTT_PATHS(fft_inv_c64i)},
-        {"r64", qp::fft::kKindR64, true, Shape::kReal, 28, qptest::fft_size_r64_paths, qptest::fft_init_r64_paths,
-         FFTT_PATHS(fft_fwd_r64), FFTT_PATHS(fft_inv_r64)},
+        FFTT_KIND(c32s, kKindC32Split, false, kSplit, 29),
+        FFTT_KIND(c32i, kKindC32Interleaved, false, kInterleaved, 28),
+        FFTT_KIND(r32, kKindR32, false, kReal, 29),
+        FFTT_KIND(c64s, kKindC64Split, true, kSplit, 28),
+        FFTT_KIND(c64i, kKindC64Interleaved, true, kInterleaved, 27),
+        FFTT_KIND(r64, kKindR64, true, kReal, 28),
     };
     return kinds;
 }
-#undef FFTT_PATHS
+#undef FFTT_KIND
+
+// Runs f(T{}) with T the kind's precision.
+template <typename F>
+decltype(auto) WithType(const Kind& k, F&& f) {
+    if (k.isDouble) return f(0.0);
+    return f(0.0f);
+}
 
 // Values a transform reads and writes.
 inline std::int64_t InCount(const Kind& k, bool inverse, std::int64_t n) {
-    if (k.shape != Shape::kReal) return 2 * n;
-    return inverse ? n + 2 : n;
+    return k.shape != Shape::kReal ? 2 * n : (inverse ? n + 2 : n);
 }
-inline std::int64_t OutCount(const Kind& k, bool inverse, std::int64_t n) {
-    if (k.shape != Shape::kReal) return 2 * n;
-    if (n == 1 && !inverse) return 2;
-    return inverse ? n : n + 2;
+inline std::int64_t OutCount(const Kind& k, bool inverse, std::int64_t n) {  // order 0 real forward: 2
+    return k.shape != Shape::kReal ? 2 * n : (inverse ? n : (n == 1 ? 2 : n + 2));
 }
 
-// A spec of one kind and order, built on one path with flag 2, in a block of the reported size.
+// The first 64-byte boundary at or after p.
+template <typename T>
+T* AlignUp64(T* p) {
+    return reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(p) + 63) & ~std::uintptr_t{63});
+}
+
+// A spec of one kind and order, built on one path with flag 2, in a block of the reported size,
+// and a work buffer of the reported size (plus one byte: never null).
 struct SpecHolder {
-    std::vector<unsigned char> block;
+    std::vector<unsigned char> block, buffer;
     void* spec = nullptr;
     int bufSize = 0;
     qp::Status status = qp::qpStsErr;
@@ -91,6 +99,7 @@ struct SpecHolder {
         status = k.size[path](order, flag, hint, &specSize, &initSize, &bufSize);
         if (status != qp::qpStsNoErr) return;
         block.assign(static_cast<std::size_t>(specSize), 0xA5);
+        buffer.resize(static_cast<std::size_t>(bufSize) + 1);
         std::vector<unsigned char> scratch(static_cast<std::size_t>(initSize) + 1);
         status = k.init[path](&spec, order, flag, hint, block.data(), scratch.data());
     }
@@ -100,90 +109,71 @@ struct SpecHolder {
 template <typename T>
 struct Guarded {
     static constexpr int kGuard = 32;
+    static constexpr T kSentinel = static_cast<T>(-7777.25);
     std::vector<T> storage;
     T* data;
     std::int64_t n;
     Guarded(std::int64_t count, int offset) : storage(static_cast<std::size_t>(count + offset + kGuard + 64)), n(count) {
-        auto base = reinterpret_cast<std::uintptr_t>(storage.data());
-        data = reinterpret_cast<T*>((base + 63) & ~std::uintptr_t{63}) + offset;
-        for (std::int64_t i = 0; i < n + kGuard; ++i) data[i] = Sentinel();
+        data = AlignUp64(storage.data()) + offset;
+        std::fill(data, data + n + kGuard, kSentinel);
     }
-    static T Sentinel() { return static_cast<T>(-7777.25); }
     bool TailIntact() const {
-        for (std::int64_t i = n; i < n + kGuard; ++i)
-            if (data[i] != Sentinel()) return false;
-        return true;
+        return std::all_of(data + n, data + n + kGuard, [](T v) { return v == kSentinel; });
     }
 };
 
-// Reference transform in double (long double DFT up to order 8, FFTW above) of `in` in the kind's
-// layout; the result in the kind's layout, unscaled forward or inverse divided by N.
-inline std::vector<double> Reference(const Kind& k, bool inverse, const std::vector<double>& in, int order) {
-    const std::int64_t n = std::int64_t{1} << order;
-    std::vector<std::complex<long double>> x(static_cast<std::size_t>(n)), y(x.size());
-    // Complex view of the input.
-    for (std::int64_t i = 0; i < n; ++i) {
-        if (k.shape == Shape::kSplit) x[i] = {in[i], in[n + i]};
-        if (k.shape == Shape::kInterleaved) x[i] = {in[2 * i], in[2 * i + 1]};
-        if (k.shape == Shape::kReal && !inverse) x[i] = {in[i], 0.0};
+// Iterative radix-2 FFT in long double with exactly indexed twiddles: error near 1e-19.
+inline void LongDoubleFFT(std::vector<std::complex<long double>>& x, bool inverse) {
+    const std::size_t n = x.size();
+    for (std::size_t i = 1, j = 0; i < n; ++i) {
+        std::size_t bit = n >> 1;
+        for (; j & bit; bit >>= 1) j ^= bit;
+        j ^= bit;
+        if (i < j) std::swap(x[i], x[j]);
     }
-    if (k.shape == Shape::kReal && inverse) {
-        x[0] = {in[0], 0.0};
-        if (n > 1) x[n / 2] = {in[n], 0.0};
+    const long double kPi = 3.141592653589793238462643383279502884L;
+    std::vector<std::complex<long double>> w(n / 2 + 1);
+    for (std::size_t k = 0; k < w.size(); ++k) {
+        const long double a = (inverse ? 2 : -2) * kPi * static_cast<long double>(k) / static_cast<long double>(n);
+        w[k] = {std::cos(a), std::sin(a)};
+    }
+    for (std::size_t len = 2; len <= n; len <<= 1) {
+        const std::size_t step = n / len;
+        for (std::size_t i = 0; i < n; i += len)
+            for (std::size_t j = 0; j < len / 2; ++j) {
+                const auto u = x[i + j], v = x[i + j + len / 2] * w[j * step];
+                x[i + j] = u + v;
+                x[i + j + len / 2] = u - v;
+            }
+    }
+}
+
+// The exact result of a kind's transform of `in` (inverse divided by N), in the kind's output
+// layout. A real inverse reads the packed spectrum and ignores positions 1 and N + 1.
+inline std::vector<long double> ExactOutput(const Kind& k, bool inverse, const std::vector<double>& in, int order) {
+    const std::int64_t n = std::int64_t{1} << order;
+    const bool split = k.shape == Shape::kSplit, real = k.shape == Shape::kReal;
+    auto re = [&](std::int64_t i) { return split ? i : 2 * i; };  // positions of complex value i
+    auto im = [&](std::int64_t i) { return split ? n + i : 2 * i + 1; };
+    std::vector<std::complex<long double>> x(static_cast<std::size_t>(n));
+    for (std::int64_t i = 0; i < n; ++i) x[i] = real ? in[i] : std::complex<long double>(in[re(i)], in[im(i)]);
+    if (real && inverse) {
+        x[0] = in[0];
+        if (n > 1) x[n / 2] = in[n];
         for (std::int64_t i = 1; i < n / 2; ++i) {
-            x[i] = {in[2 * i], in[2 * i + 1]};
+            x[i] = {in[re(i)], in[im(i)]};
             x[n - i] = std::conj(x[i]);
         }
     }
-    const long double sign = inverse ? 1.0L : -1.0L;
-    if (order <= 8) {
-        const long double kPi = 3.141592653589793238462643383279502884L;
-        for (std::int64_t kk = 0; kk < n; ++kk) {
-            std::complex<long double> acc = 0;
-            for (std::int64_t i = 0; i < n; ++i) {
-                const long double a = sign * 2 * kPi * static_cast<long double>((i * kk) % n) / static_cast<long double>(n);
-                acc += x[i] * std::complex<long double>(std::cos(a), std::sin(a));
-            }
-            y[kk] = acc;
-        }
-    } else {
-        std::vector<fftw_complex> a(static_cast<std::size_t>(n)), b(a.size());
-        for (std::int64_t i = 0; i < n; ++i) {
-            a[i][0] = static_cast<double>(x[i].real());
-            a[i][1] = static_cast<double>(x[i].imag());
-        }
-        fftw_plan plan = fftw_plan_dft_1d(static_cast<int>(n), a.data(), b.data(), inverse ? FFTW_BACKWARD : FFTW_FORWARD,
-                                          FFTW_ESTIMATE);
-        fftw_execute(plan);
-        fftw_destroy_plan(plan);
-        for (std::int64_t i = 0; i < n; ++i) y[i] = {b[i][0], b[i][1]};
-    }
-    if (inverse)
-        for (auto& v : y) v /= static_cast<long double>(n);
-    std::vector<double> out(static_cast<std::size_t>(OutCount(k, inverse, n)));
+    LongDoubleFFT(x, inverse);
+    std::vector<long double> out(static_cast<std::size_t>(OutCount(k, inverse, n)));
+    const long double s = inverse ? 1.0L / static_cast<long double>(n) : 1.0L;
     for (std::int64_t i = 0; i < n; ++i) {
-        if (k.shape == Shape::kSplit) {
-            out[i] = static_cast<double>(y[i].real());
-            out[n + i] = static_cast<double>(y[i].imag());
-        } else if (k.shape == Shape::kInterleaved) {
-            out[2 * i] = static_cast<double>(y[i].real());
-            out[2 * i + 1] = static_cast<double>(y[i].imag());
-        }
-    }
-    if (k.shape == Shape::kReal) {
-        if (inverse) {
-            for (std::int64_t i = 0; i < n; ++i) out[i] = static_cast<double>(y[i].real());
-        } else {
-            out[0] = static_cast<double>(y[0].real());
-            out[1] = 0;
-            for (std::int64_t i = 1; i < n / 2; ++i) {
-                out[2 * i] = static_cast<double>(y[i].real());
-                out[2 * i + 1] = static_cast<double>(y[i].imag());
-            }
-            if (n > 1) {
-                out[n] = static_cast<double>(y[n / 2].real());
-                out[n + 1] = 0;
-            }
+        if (real && inverse) {
+            out[i] = x[i].real() * s;
+        } else if (!real || i <= n / 2) {
+            out[re(i)] = x[i].real() * s;
+            out[im(i)] = x[i].imag() * s;
         }
     }
     return out;
@@ -209,8 +199,9 @@ struct Error {
     double max;  // largest error relative to the largest reference value
 };
 
-template <typename T>
-Error Compare(const T* got, const std::vector<double>& want) {
+// Errors of `got` against `want` (an exact result, or the input of a round trip).
+template <typename T, typename W>
+Error Compare(const T* got, const std::vector<W>& want) {
     long double e2 = 0, r2 = 0, emax = 0, rmax = 0;
     for (std::size_t i = 0; i < want.size(); ++i) {
         const long double d = static_cast<long double>(got[i]) - want[i];
