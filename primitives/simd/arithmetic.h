@@ -171,11 +171,13 @@ QP_INLINE void StorePartial(T* p, Vec<T> v, int m) {
 // give the same bits as the vector one: the partial vectors of the head (alignment for streaming)
 // and of the tail are loaded into a vector padded with ones and go through the vector operation.
 // kGroup elements are kept together (2 for interleaved complex pairs); n must be a multiple of it.
+// Large runs stream their stores unless the destination is a source (see Map below).
 template <int kGroup = 1, int kUnroll = 4, typename T, typename VOp, typename... Src>
 QP_INLINE void MapPadded(T* d, int n, VOp vop, const Src*... src) {
     constexpr int L = kLanes<T>;
     int i = 0;
-    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes &&
+    const bool inPlace = ((static_cast<const void*>(d) == static_cast<const void*>(src)) || ...);
+    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes && !inPlace &&
         reinterpret_cast<std::uintptr_t>(d) % (kGroup * sizeof(T)) == 0) {
         const int head = static_cast<int>((kVecBytes - reinterpret_cast<std::uintptr_t>(d) % kVecBytes) % kVecBytes /
                                           sizeof(T));
