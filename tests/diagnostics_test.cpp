@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -90,10 +92,16 @@ TEST_F(ReportText, VersionRecordVariantsAndUnknownCacheSize) {
 
 // --- the callback protocol ------------------------------------------------------------------------
 
-// An executor that keeps the jobs until the test runs them.
+// An executor that keeps the jobs until the test runs them (posts from several threads at once
+// are counted, not lost).
 struct HeldExecutor : thr::AsyncExecutor {
-    void Post(const boost::function<void()>& job) override { ++posted; jobs.push_back(job); }
+    void Post(const boost::function<void()>& job) override {
+        std::lock_guard<std::mutex> lock(mutex);
+        ++posted;
+        jobs.push_back(job);
+    }
     void WaitIdle() override {}
+    std::mutex mutex;
     std::atomic<int> posted{0};
     std::vector<boost::function<void()>> jobs;
 };
@@ -105,30 +113,80 @@ protected:
     static void ResetRecord() { Record().state = qp::diagnostics::kNotStarted; Record().text.clear(); }
 };
 
+// A counter that threads can block on until it reaches a value.
+struct Gate {
+    void Add() {
+        std::lock_guard<std::mutex> lock(mutex);
+        ++value;
+        changed.notify_all();
+    }
+    void WaitFor(int v) {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return value >= v; });
+    }
+    std::mutex mutex;
+    std::condition_variable changed;
+    int value = 0;
+};
+
+// Spins until f() holds, giving way now and then in case the threads share one processor.
+template <typename F>
+void SpinUntil(F f) {
+    for (int spins = 1; !f(); ++spins)
+        if (spins % 4096 == 0) std::this_thread::yield();
+}
+
 // Two threads make the first call at once, again and again: one job is posted, nothing written.
+// The threads live for the whole test. In each round one of them waits in a tight spin while the
+// other releases it and makes its own call after a varying delay, so that over the rounds the two
+// first calls meet at every small offset, also within the few nanoseconds in which a check of the
+// state and a separate claim of it could interleave (caught in every run; 20 rounds of two new
+// threads missed that split).
 TEST_F(ReportCallbackTest, ConcurrentFirstCallsPostOneJobAndWriteNothing) {
-    for (int round = 0; round < 20; ++round) {
+    constexpr int kRounds = 20000;
+    Gate armed, finished;
+    std::atomic<int> spinning{0}, go{0};
+    std::string written[2];
+    const auto call = [&](int t) {
+        quorcore::UTF16StringStream stream;
+        ReportCallback(stream);
+        written[t] += Utf8(stream.Str());
+        finished.Add();
+    };
+    std::thread waiter([&] {
+        for (int r = 1; r <= kRounds; ++r) {
+            armed.WaitFor(r);
+            spinning.store(r);
+            SpinUntil([&] { return go.load() == r; });
+            call(0);
+        }
+    });
+    std::thread releaser([&] {
+        unsigned jitter = 12345;
+        for (int r = 1; r <= kRounds; ++r) {
+            armed.WaitFor(r);
+            SpinUntil([&] { return spinning.load() == r; });
+            jitter = jitter * 1103515245u + 12345u;
+            go.store(r);
+            for (volatile unsigned d = (jitter >> 16) % 256; d > 0; --d) {
+            }
+            call(1);
+        }
+    });
+    int failures = 0;
+    for (int r = 1; r <= kRounds; ++r) {
         Record().state = qp::diagnostics::kNotStarted;
         auto executor = boost::make_shared<HeldExecutor>();
         thr::SetCPUBoundExecutor(executor);
-        std::atomic<bool> go{false};
-        std::string written[2];
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 2; ++t) {
-            threads.emplace_back([&, t] {
-                while (!go.load()) {
-                }
-                quorcore::UTF16StringStream stream;
-                ReportCallback(stream);
-                written[t] = Utf8(stream.Str());
-            });
-        }
-        go = true;
-        for (auto& th : threads) th.join();
-        EXPECT_EQ(executor->posted.load(), 1);
-        EXPECT_EQ(written[0] + written[1], "");
-        EXPECT_EQ(Record().state.load(), qp::diagnostics::kBuilding);
+        armed.Add();
+        finished.WaitFor(2 * r);
+        const bool ok = executor->posted.load() == 1 && Record().state.load() == qp::diagnostics::kBuilding;
+        if (!ok && ++failures <= 3) ADD_FAILURE() << "round " << r << ": " << executor->posted.load() << " jobs posted";
     }
+    waiter.join();
+    releaser.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(written[0] + written[1], "");
 }
 
 // Without an executor nothing is ever produced. With one, calls write nothing until the job has
