@@ -1,6 +1,9 @@
 // Complex, polar and channel helpers. The complex exports move the length last and tail-call their
 // primitive; the channel exports are plain loops of their own.
+#include <xmmintrin.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "quoraccelerate/utility/complex.h"
@@ -39,6 +42,10 @@ namespace {
 
 #define QP_CHANNEL_INLINE inline __attribute__((always_inline))
 
+// Destinations at least this large are written with non-temporal stores (as by the element-wise
+// kernels): they leave the caches anyway, and streaming saves reading every destination line first.
+constexpr std::size_t kStreamBytes = 4 << 20;
+
 // One element's bit pattern, so NaN payloads and signed zeros pass unchanged.
 template <typename T>
 inline void CopyBits(T* to, const T* from) {
@@ -67,15 +74,30 @@ struct TwoChannels {
     // Vectors pass by reference only: a vector wider than the file's baseline instruction set
     // must not cross a function boundary by value (the calls are inlined anyway).
     static QP_CHANNEL_INLINE void Load(V& v, const T* p) { __builtin_memcpy(&v, p, sizeof v); }
-    static QP_CHANNEL_INLINE void Store(T* p, const V& v) { __builtin_memcpy(p, &v, sizeof v); }
+    // A non-temporal store needs a vector-aligned p.
+    template <bool Stream>
+    static QP_CHANNEL_INLINE void Store(T* p, const V& v) {
+        if constexpr (!Stream)
+            __builtin_memcpy(p, &v, sizeof v);
+        else if constexpr (Bytes == 16)
+            __asm__("movntps %1, %0" : "=m"(*reinterpret_cast<V*>(p)) : "x"(v));
+        else
+            __asm__("vmovntps %1, %0" : "=m"(*reinterpret_cast<V*>(p)) : "v"(v));
+    }
+    // Frames that go one at a time before p + step * frames is vector-aligned, or -1 when no
+    // number of frames gets there.
+    static QP_CHANNEL_INLINE std::ptrdiff_t HeadFrames(const T* p, std::size_t step) {
+        const std::size_t gap = (Bytes - reinterpret_cast<std::uintptr_t>(p) % Bytes) % Bytes;
+        return gap % (step * sizeof(T)) == 0 ? static_cast<std::ptrdiff_t>(gap / (step * sizeof(T))) : -1;
+    }
 
     // Frames i .. i + N - 1 of a and b to dst (2 N values from 2 i).
-    template <std::size_t... I>
+    template <bool Stream, std::size_t... I>
     static QP_CHANNEL_INLINE void Zip(const V& a, const V& b, T* dst, std::index_sequence<I...>) {
         const V lo = __builtin_shufflevector(a, b, (I / 2 + I % 2 * N)...);
         const V hi = __builtin_shufflevector(a, b, (N / 2 + I / 2 + I % 2 * N)...);
-        Store(dst, lo);
-        Store(dst + N, hi);
+        Store<Stream>(dst, lo);
+        Store<Stream>(dst + N, hi);
     }
     // The even and the odd values of s0, s1.
     template <std::size_t... I>
@@ -84,9 +106,11 @@ struct TwoChannels {
         odd = __builtin_shufflevector(s0, s1, (2 * I + 1)...);
     }
 
-    static QP_CHANNEL_INLINE void Interleave(std::size_t len, const T* a, const T* b, T* dst) {
+    // Whole rounds from frame i on; returns the first frame after them.
+    template <bool Stream>
+    static QP_CHANNEL_INLINE std::size_t InterleaveRounds(std::size_t i, std::size_t len, const T* a, const T* b,
+                                                          T* dst) {
         constexpr auto lanes = std::make_index_sequence<N>{};
-        std::size_t i = 0;
         for (; i + R * N <= len; i += R * N) {
             V va[R], vb[R];
 #pragma GCC unroll 4
@@ -95,13 +119,46 @@ struct TwoChannels {
                 Load(vb[k], b + i + k * N);
             }
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Zip(va[k], vb[k], dst + 2 * (i + k * N), lanes);
+            for (std::size_t k = 0; k < R; ++k) Zip<Stream>(va[k], vb[k], dst + 2 * (i + k * N), lanes);
         }
+        return i;
+    }
+
+    template <bool Stream>
+    static QP_CHANNEL_INLINE std::size_t DeinterleaveRounds(std::size_t i, std::size_t len, const T* src, T* a, T* b) {
+        constexpr auto lanes = std::make_index_sequence<N>{};
+        for (; i + R * N <= len; i += R * N) {
+            V s[2 * R], even[R], odd[R];
+#pragma GCC unroll 8
+            for (std::size_t k = 0; k < 2 * R; ++k) Load(s[k], src + 2 * i + k * N);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Unzip(s[2 * k], s[2 * k + 1], even[k], odd[k], lanes);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Store<Stream>(a + i + k * N, even[k]);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < R; ++k) Store<Stream>(b + i + k * N, odd[k]);
+        }
+        return i;
+    }
+
+    static QP_CHANNEL_INLINE void Interleave(std::size_t len, const T* a, const T* b, T* dst) {
+        constexpr auto lanes = std::make_index_sequence<N>{};
+        std::size_t i = 0;
+        const std::ptrdiff_t head = HeadFrames(dst, 2);
+        if (2 * len * sizeof(T) >= kStreamBytes && head >= 0) {
+            for (; i < static_cast<std::size_t>(head); ++i) {
+                CopyBits(dst + 2 * i, a + i);
+                CopyBits(dst + 2 * i + 1, b + i);
+            }
+            i = InterleaveRounds<true>(i, len, a, b, dst);
+            _mm_sfence();
+        }
+        i = InterleaveRounds<false>(i, len, a, b, dst);
         for (; i + N <= len; i += N) {
             V va, vb;
             Load(va, a + i);
             Load(vb, b + i);
-            Zip(va, vb, dst + 2 * i, lanes);
+            Zip<false>(va, vb, dst + 2 * i, lanes);
         }
         for (; i < len; ++i) {
             CopyBits(dst + 2 * i, a + i);
@@ -112,24 +169,23 @@ struct TwoChannels {
     static QP_CHANNEL_INLINE void Deinterleave(std::size_t len, const T* src, T* a, T* b) {
         constexpr auto lanes = std::make_index_sequence<N>{};
         std::size_t i = 0;
-        for (; i + R * N <= len; i += R * N) {
-            V s[2 * R], even[R], odd[R];
-#pragma GCC unroll 8
-            for (std::size_t k = 0; k < 2 * R; ++k) Load(s[k], src + 2 * i + k * N);
-#pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Unzip(s[2 * k], s[2 * k + 1], even[k], odd[k], lanes);
-#pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Store(a + i + k * N, even[k]);
-#pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Store(b + i + k * N, odd[k]);
+        const std::ptrdiff_t head = HeadFrames(a, 1);
+        if (2 * len * sizeof(T) >= kStreamBytes && head >= 0 && head == HeadFrames(b, 1)) {
+            for (; i < static_cast<std::size_t>(head); ++i) {
+                CopyBits(a + i, src + 2 * i);
+                CopyBits(b + i, src + 2 * i + 1);
+            }
+            i = DeinterleaveRounds<true>(i, len, src, a, b);
+            _mm_sfence();
         }
+        i = DeinterleaveRounds<false>(i, len, src, a, b);
         for (; i + N <= len; i += N) {
             V s0, s1, even, odd;
             Load(s0, src + 2 * i);
             Load(s1, src + 2 * i + N);
             Unzip(s0, s1, even, odd, lanes);
-            Store(a + i, even);
-            Store(b + i, odd);
+            Store<false>(a + i, even);
+            Store<false>(b + i, odd);
         }
         for (; i < len; ++i) {
             CopyBits(a + i, src + 2 * i);
