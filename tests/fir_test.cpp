@@ -190,8 +190,10 @@ TEST(FirState, InitFailuresAndWorkBufferSize) {
 // Blocks of varying size give, bit for bit, the output of one long block (which matches the
 // reference) and of in-place filtering; after every block the delay line holds the last inputs,
 // oldest first. The single-sample form equals the block form's first output and moves nothing.
+// The long block is longer than the kernel's staging chunk (2048 samples), so its tail is filtered
+// straight from the source and the delay line taken from there.
 TEST(FirState, BlocksCarryTheHistorySingleSamplesDoNot) {
-    const int kTotal = 700;
+    const int kTotal = 2100;
     const int kSplits[] = {1, 2, 3, 5, 7, 8, 16, 17, 31, 64, 100, 1, 257};
     for (int K : kTapCounts) {
         SCOPED_TRACE(testing::Message() << "taps=" << K);
