@@ -296,13 +296,13 @@ QP_INLINE ReciprocalRange<T> MakeReciprocalRange(T value) {
 // register, tested in one instruction.
 template <typename T>
 QP_INLINE bool AnyAbove(Vec<arith::Bits<T>> v, typename std::make_signed<arith::Bits<T>>::type limit) {
-    typedef typename std::make_signed<arith::Bits<T>>::type I;
 #if QP_VEC_BYTES == 64 && defined(__AVX512F__)
     if constexpr (sizeof(T) == 4)
         return _mm512_cmpgt_epi32_mask(reinterpret_cast<__m512i>(v), _mm512_set1_epi32(limit)) != 0;
     else
         return _mm512_cmpgt_epi64_mask(reinterpret_cast<__m512i>(v), _mm512_set1_epi64(limit)) != 0;
 #else
+    typedef typename std::make_signed<arith::Bits<T>>::type I;
     return simd::vmath::Any(simd::BitCast<I>(v) > limit);
 #endif
 }
