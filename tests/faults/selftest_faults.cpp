@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -19,11 +18,15 @@ namespace qut = quorunittesting;
 
 // What every failure message looks like: a mismatch with the expected and the actual value, the
 // scalar check, the exact count check, or a named check ("IIR[float] failed").
-const std::regex kCheckMessage(
-    "(.*Expected: .*, actual: .*"
-    "|equal_values\\(resCPP, resQP, epsilonFactor\\) : .*"
-    "|Equality check failed: expected: .*"
-    "|.*[^ ] failed.*)");
+bool IsCheckMessage(const std::string& m) {
+    const std::size_t expected = m.find("Expected: ");
+    if (expected != std::string::npos && m.find(", actual: ", expected) != std::string::npos) return true;
+    if (m.rfind("equal_values(resCPP, resQP, epsilonFactor) : ", 0) == 0) return true;
+    if (m.rfind("Equality check failed: expected: ", 0) == 0) return true;
+    for (std::size_t at = m.find(" failed"); at != std::string::npos; at = m.find(" failed", at + 1))
+        if (at > 0 && m[at - 1] != ' ') return true;
+    return false;
+}
 
 class SelfTestFaults : public ::testing::TestWithParam<std::size_t> {};
 
@@ -42,7 +45,9 @@ TEST_P(SelfTestFaults, PassesOnTheRightLibraryAndFailsEveryTestOnTheBrokenOne) {
         ASSERT_FALSE(results.empty());
         for (const auto& r : results) {
             EXPECT_EQ(r.passed, !inject) << r.name << ": " << r.message;
-            if (inject) EXPECT_TRUE(std::regex_match(r.message, kCheckMessage)) << r.name << ": " << r.message;
+            if (inject) {
+                EXPECT_TRUE(IsCheckMessage(r.message)) << r.name << ": " << r.message;
+            }
         }
     }
 }
