@@ -106,91 +106,79 @@ struct TwoChannels {
         odd = __builtin_shufflevector(s0, s1, (2 * I + 1)...);
     }
 
-    // Whole rounds from frame i on; returns the first frame after them.
-    template <bool Stream>
+    // Frames i .. end - 1 one at a time.
+    static QP_CHANNEL_INLINE void InterleaveFrames(std::size_t i, std::size_t end, const T* a, const T* b, T* dst) {
+        for (; i < end; ++i) {
+            CopyBits(dst + 2 * i, a + i);
+            CopyBits(dst + 2 * i + 1, b + i);
+        }
+    }
+    static QP_CHANNEL_INLINE void DeinterleaveFrames(std::size_t i, std::size_t end, const T* src, T* a, T* b) {
+        for (; i < end; ++i) {
+            CopyBits(a + i, src + 2 * i);
+            CopyBits(b + i, src + 2 * i + 1);
+        }
+    }
+
+    // Rounds of Steps vectors per channel from frame i on; returns the first frame after them.
+    template <bool Stream, std::size_t Steps>
     static QP_CHANNEL_INLINE std::size_t InterleaveRounds(std::size_t i, std::size_t len, const T* a, const T* b,
                                                           T* dst) {
         constexpr auto lanes = std::make_index_sequence<N>{};
-        for (; i + R * N <= len; i += R * N) {
-            V va[R], vb[R];
+        for (; i + Steps * N <= len; i += Steps * N) {
+            V va[Steps], vb[Steps];
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) {
+            for (std::size_t k = 0; k < Steps; ++k) {
                 Load(va[k], a + i + k * N);
                 Load(vb[k], b + i + k * N);
             }
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Zip<Stream>(va[k], vb[k], dst + 2 * (i + k * N), lanes);
+            for (std::size_t k = 0; k < Steps; ++k) Zip<Stream>(va[k], vb[k], dst + 2 * (i + k * N), lanes);
         }
         return i;
     }
 
-    template <bool Stream>
+    template <bool Stream, std::size_t Steps>
     static QP_CHANNEL_INLINE std::size_t DeinterleaveRounds(std::size_t i, std::size_t len, const T* src, T* a, T* b) {
         constexpr auto lanes = std::make_index_sequence<N>{};
-        for (; i + R * N <= len; i += R * N) {
-            V s[2 * R], even[R], odd[R];
+        for (; i + Steps * N <= len; i += Steps * N) {
+            V s[2 * Steps], even[Steps], odd[Steps];
 #pragma GCC unroll 8
-            for (std::size_t k = 0; k < 2 * R; ++k) Load(s[k], src + 2 * i + k * N);
+            for (std::size_t k = 0; k < 2 * Steps; ++k) Load(s[k], src + 2 * i + k * N);
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Unzip(s[2 * k], s[2 * k + 1], even[k], odd[k], lanes);
+            for (std::size_t k = 0; k < Steps; ++k) Unzip(s[2 * k], s[2 * k + 1], even[k], odd[k], lanes);
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Store<Stream>(a + i + k * N, even[k]);
+            for (std::size_t k = 0; k < Steps; ++k) Store<Stream>(a + i + k * N, even[k]);
 #pragma GCC unroll 4
-            for (std::size_t k = 0; k < R; ++k) Store<Stream>(b + i + k * N, odd[k]);
+            for (std::size_t k = 0; k < Steps; ++k) Store<Stream>(b + i + k * N, odd[k]);
         }
         return i;
     }
 
     static QP_CHANNEL_INLINE void Interleave(std::size_t len, const T* a, const T* b, T* dst) {
-        constexpr auto lanes = std::make_index_sequence<N>{};
         std::size_t i = 0;
         const std::ptrdiff_t head = HeadFrames(dst, 2);
         if (2 * len * sizeof(T) >= kStreamBytes && head >= 0) {
-            for (; i < static_cast<std::size_t>(head); ++i) {
-                CopyBits(dst + 2 * i, a + i);
-                CopyBits(dst + 2 * i + 1, b + i);
-            }
-            i = InterleaveRounds<true>(i, len, a, b, dst);
+            InterleaveFrames(0, static_cast<std::size_t>(head), a, b, dst);
+            i = InterleaveRounds<true, R>(static_cast<std::size_t>(head), len, a, b, dst);
             _mm_sfence();
         }
-        i = InterleaveRounds<false>(i, len, a, b, dst);
-        for (; i + N <= len; i += N) {
-            V va, vb;
-            Load(va, a + i);
-            Load(vb, b + i);
-            Zip<false>(va, vb, dst + 2 * i, lanes);
-        }
-        for (; i < len; ++i) {
-            CopyBits(dst + 2 * i, a + i);
-            CopyBits(dst + 2 * i + 1, b + i);
-        }
+        i = InterleaveRounds<false, R>(i, len, a, b, dst);
+        i = InterleaveRounds<false, 1>(i, len, a, b, dst);
+        InterleaveFrames(i, len, a, b, dst);
     }
 
     static QP_CHANNEL_INLINE void Deinterleave(std::size_t len, const T* src, T* a, T* b) {
-        constexpr auto lanes = std::make_index_sequence<N>{};
         std::size_t i = 0;
         const std::ptrdiff_t head = HeadFrames(a, 1);
         if (2 * len * sizeof(T) >= kStreamBytes && head >= 0 && head == HeadFrames(b, 1)) {
-            for (; i < static_cast<std::size_t>(head); ++i) {
-                CopyBits(a + i, src + 2 * i);
-                CopyBits(b + i, src + 2 * i + 1);
-            }
-            i = DeinterleaveRounds<true>(i, len, src, a, b);
+            DeinterleaveFrames(0, static_cast<std::size_t>(head), src, a, b);
+            i = DeinterleaveRounds<true, R>(static_cast<std::size_t>(head), len, src, a, b);
             _mm_sfence();
         }
-        i = DeinterleaveRounds<false>(i, len, src, a, b);
-        for (; i + N <= len; i += N) {
-            V s0, s1, even, odd;
-            Load(s0, src + 2 * i);
-            Load(s1, src + 2 * i + N);
-            Unzip(s0, s1, even, odd, lanes);
-            Store<false>(a + i, even);
-            Store<false>(b + i, odd);
-        }
-        for (; i < len; ++i) {
-            CopyBits(a + i, src + 2 * i);
-            CopyBits(b + i, src + 2 * i + 1);
-        }
+        i = DeinterleaveRounds<false, R>(i, len, src, a, b);
+        i = DeinterleaveRounds<false, 1>(i, len, src, a, b);
+        DeinterleaveFrames(i, len, src, a, b);
     }
 };
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <random>
 #include <vector>
 
@@ -31,6 +32,19 @@ void ForEachType(F&& fn) {
     if (testing::Test::HasFatalFailure()) return;
     SCOPED_TRACE("double");
     fn(0.0);
+}
+
+// The refusals that the FIR and multi-rate kernels share (source, destination, spec, delay in,
+// delay out, buffer, with the length third): each of source, destination, spec and buffer null,
+// then each of `badLengths`.
+template <typename K, typename T, typename S>
+void ExpectNullAndSizeRefusals(K kernel, const T* x, T* dst, int len, S spec, T* dly, unsigned char* buf,
+                               std::initializer_list<int> badLengths) {
+    EXPECT_EQ(kernel(nullptr, dst, len, spec, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(x, nullptr, len, spec, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(x, dst, len, nullptr, dly, dly, buf), qp::qpStsNullPtrErr);
+    EXPECT_EQ(kernel(x, dst, len, spec, dly, dly, nullptr), qp::qpStsNullPtrErr);
+    for (int n : badLengths) EXPECT_EQ(kernel(x, dst, n, spec, dly, dly, buf), qp::qpStsSizeErr) << n;
 }
 
 }  // namespace qptest

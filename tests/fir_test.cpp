@@ -121,12 +121,7 @@ TEST_P(FirPaths, RefusalsWriteNothing) {
     std::vector<unsigned char> blank(fir.spec.size());
     const std::vector<unsigned char> before = fir.spec;
     const auto kernel = qptest::fir_sr_f32_paths[p];
-    EXPECT_EQ(kernel(nullptr, d, 4, spec, dly, dly, buf), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, nullptr, 4, spec, dly, dly, buf), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, d, 4, nullptr, dly, dly, buf), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, d, 4, spec, dly, dly, nullptr), qp::qpStsNullPtrErr);
-    EXPECT_EQ(kernel(s, d, 0, spec, dly, dly, buf), qp::qpStsSizeErr);
-    EXPECT_EQ(kernel(s, d, -3, spec, dly, dly, buf), qp::qpStsSizeErr);
+    qptest::ExpectNullAndSizeRefusals(kernel, s, d, 4, spec, dly, buf, {0, -3});
     EXPECT_EQ(kernel(s, d, 4, blank.data(), dly, dly, buf), qp::qpStsContextMatchErr);
     EXPECT_EQ(Floats(d, d + 4), Floats(4, 9.0f));
     EXPECT_EQ(Floats(dly, dly + 2), (Floats{5, 6}));

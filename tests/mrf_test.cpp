@@ -165,13 +165,7 @@ TEST_P(MRFPaths, RefusalsWriteNothing) {
         const T x[6] = {1, 2, 3, 4, 5, 6};
         T dst[4] = {7, 7, 7, 7}, dly[5] = {1, 2, 3, 4, 5};
         const auto filter = QP_TYPED(mrf, path);
-        EXPECT_EQ(filter(nullptr, dst, 2, fs, dly, dly, b), qp::qpStsNullPtrErr);
-        EXPECT_EQ(filter(x, nullptr, 2, fs, dly, dly, b), qp::qpStsNullPtrErr);
-        EXPECT_EQ(filter(x, dst, 2, nullptr, dly, dly, b), qp::qpStsNullPtrErr);
-        EXPECT_EQ(filter(x, dst, 2, fs, dly, dly, nullptr), qp::qpStsNullPtrErr);
-        EXPECT_EQ(filter(x, dst, 0, fs, dly, dly, b), qp::qpStsSizeErr);
-        EXPECT_EQ(filter(x, dst, -2, fs, dly, dly, b), qp::qpStsSizeErr);
-        EXPECT_EQ(filter(x, dst, 0x7FFFFFFF, fs, dly, dly, b), qp::qpStsSizeErr);  // 3x the inputs
+        qptest::ExpectNullAndSizeRefusals(filter, x, dst, 2, fs, dly, b, {0, -2, 0x7FFFFFFF});  // last: 3x the inputs
         EXPECT_EQ(std::vector<T>(dst, dst + 4), std::vector<T>(4, T(7)));
         EXPECT_EQ(std::vector<T>(dly, dly + 5), (std::vector<T>{1, 2, 3, 4, 5}));
     });

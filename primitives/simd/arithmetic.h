@@ -167,17 +167,23 @@ QP_INLINE void StorePartial(T* p, Vec<T> v, int m) {
     __builtin_memcpy(p, &v, static_cast<std::size_t>(m) * sizeof(T));
 }
 
+// Whether the destination is one of the sources (in-place use): its lines are read anyway, so
+// non-temporal stores would save no read-for-ownership and only evict what the loop just loaded.
+template <typename T, typename... Src>
+QP_INLINE bool IsSource(const T* d, const Src*... src) {
+    return ((static_cast<const void*>(d) == static_cast<const void*>(src)) || ...);
+}
+
 // Element-wise map like simd::Map, for operations without a scalar form or whose scalar form must
 // give the same bits as the vector one: the partial vectors of the head (alignment for streaming)
 // and of the tail are loaded into a vector padded with ones and go through the vector operation.
 // kGroup elements are kept together (2 for interleaved complex pairs); n must be a multiple of it.
-// Large runs stream their stores unless the destination is a source (see Map below).
+// Large runs stream their stores unless the destination is a source.
 template <int kGroup = 1, int kUnroll = 4, typename T, typename VOp, typename... Src>
 QP_INLINE void MapPadded(T* d, int n, VOp vop, const Src*... src) {
     constexpr int L = kLanes<T>;
     int i = 0;
-    const bool inPlace = ((static_cast<const void*>(d) == static_cast<const void*>(src)) || ...);
-    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes && !inPlace &&
+    if (static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)) >= kStreamBytes && !IsSource(d, src...) &&
         reinterpret_cast<std::uintptr_t>(d) % (kGroup * sizeof(T)) == 0) {
         const int head = static_cast<int>((kVecBytes - reinterpret_cast<std::uintptr_t>(d) % kVecBytes) % kVecBytes /
                                           sizeof(T));
@@ -202,12 +208,10 @@ QP_INLINE void MapPadded(T* d, int n, VOp vop, const Src*... src) {
 }
 
 // simd::Map, except that a destination which is one of the sources is written with ordinary
-// stores at any size: its lines are read anyway, so non-temporal stores save no read-for-ownership
-// and only evict what the loop just loaded. Large in-place runs go in blocks below the streaming
-// threshold.
+// stores at any size (see IsSource): large in-place runs go in blocks below the streaming threshold.
 template <int kUnroll = 4, typename T, typename VOp, typename SOp, typename... Src>
 QP_INLINE void Map(T* d, int n, VOp vop, SOp sop, const Src*... src) {
-    if (((static_cast<const void*>(d) == static_cast<const void*>(src)) || ...)) {
+    if (IsSource(d, src...)) {
         constexpr int kBlock = static_cast<int>(kStreamBytes / sizeof(T) / 2);
         for (int i = 0; i < n; i += kBlock) {
             simd::Map<kUnroll>(d + i, n - i < kBlock ? n - i : kBlock, vop, sop, (src + i)...);

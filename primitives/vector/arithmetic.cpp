@@ -350,7 +350,7 @@ QP_INLINE Status DivConst(const T* src, T value, T* dst, int len) {
         // bound by memory.
         constexpr int L = simd::kLanes<T>;
         if (static_cast<std::int64_t>(len) * static_cast<std::int64_t>(sizeof(T)) < simd::kStreamBytes ||
-            static_cast<const void*>(dst) == static_cast<const void*>(src)) {
+            arith::IsSource(dst, src)) {
             int i = 0;
             for (; i + 2 * L <= len; i += 2 * L) {
                 const Vec<T> a = simd::Load(src + i), b = simd::Load(src + i + L);
