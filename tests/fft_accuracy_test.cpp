@@ -69,14 +69,14 @@ class FftwRunner {
 
     void Run(const T* in, T* out) {
         const std::int64_t n = n_;
-        const bool split = k_.shape == Shape::kSplit, real = k_.shape == Shape::kReal;
+        const bool real = k_.shape == Shape::kReal;
         const T s = inverse_ ? static_cast<T>(1) / static_cast<T>(n) : static_cast<T>(1);
         if (real && !inverse_) {
             std::copy(in, in + n, r_);
         } else {
             for (std::int64_t i = 0; i < (real ? n / 2 + 1 : n); ++i) {
-                c_[i][0] = in[split ? i : 2 * i];
-                c_[i][1] = (real && (i == 0 || i == n / 2)) ? 0 : in[split ? n + i : 2 * i + 1];
+                c_[i][0] = in[fftt::RePos(k_, n, i)];
+                c_[i][1] = (real && (i == 0 || i == n / 2)) ? 0 : in[fftt::ImPos(k_, n, i)];
             }
         }
         Fftw<T>::Run(plan_);
@@ -84,8 +84,8 @@ class FftwRunner {
             for (std::int64_t i = 0; i < n; ++i) out[i] = r_[i] * s;
         } else {
             for (std::int64_t i = 0; i < (real ? n / 2 + 1 : n); ++i) {
-                out[split ? i : 2 * i] = c_[i][0] * s;
-                out[split ? n + i : 2 * i + 1] = c_[i][1] * s;
+                out[fftt::RePos(k_, n, i)] = c_[i][0] * s;
+                out[fftt::ImPos(k_, n, i)] = c_[i][1] * s;
             }
         }
     }

@@ -80,6 +80,12 @@ inline std::int64_t InCount(const Kind& k, bool inverse, std::int64_t n) {
 inline std::int64_t OutCount(const Kind& k, bool inverse, std::int64_t n) {  // order 0 real forward: 2
     return k.shape != Shape::kReal ? 2 * n : (inverse ? n : (n == 1 ? 2 : n + 2));
 }
+// Positions of the real and imaginary parts of complex value i of n: the split kinds hold the real
+// parts then the imaginary ones, the interleaved kinds and the packed real spectrum pairs.
+inline std::int64_t RePos(const Kind& k, std::int64_t, std::int64_t i) { return k.shape == Shape::kSplit ? i : 2 * i; }
+inline std::int64_t ImPos(const Kind& k, std::int64_t n, std::int64_t i) {
+    return k.shape == Shape::kSplit ? n + i : 2 * i + 1;
+}
 
 // The first 64-byte boundary at or after p.
 template <typename T>
@@ -152,9 +158,9 @@ inline void LongDoubleFFT(std::vector<std::complex<long double>>& x, bool invers
 // layout. A real inverse reads the packed spectrum and ignores positions 1 and N + 1.
 inline std::vector<long double> ExactOutput(const Kind& k, bool inverse, const std::vector<double>& in, int order) {
     const std::int64_t n = std::int64_t{1} << order;
-    const bool split = k.shape == Shape::kSplit, real = k.shape == Shape::kReal;
-    auto re = [&](std::int64_t i) { return split ? i : 2 * i; };  // positions of complex value i
-    auto im = [&](std::int64_t i) { return split ? n + i : 2 * i + 1; };
+    const bool real = k.shape == Shape::kReal;
+    auto re = [&](std::int64_t i) { return RePos(k, n, i); };
+    auto im = [&](std::int64_t i) { return ImPos(k, n, i); };
     std::vector<std::complex<long double>> x(static_cast<std::size_t>(n));
     for (std::int64_t i = 0; i < n; ++i) x[i] = real ? in[i] : std::complex<long double>(in[re(i)], in[im(i)]);
     if (real && inverse) {

@@ -501,32 +501,34 @@ QP_INLINE V SumError(V x, V y, V s) {
 
 // The four parts of a forward pair before the factor: Re X[k], Im X[k], Re X[M - k], -Im X[M - k],
 // from A = (ar, ai), B = (br, bi) and W = (w0, w1).
-template <typename V>
-QP_INLINE void ForwardParts(V ar, V ai, V br, V bi, V w0, V w1, V o[4]) {
-    if constexpr (simd::kFusedMulAdd) {
-        const V nbr = -br, nbi = -bi;
-        o[0] = simd::MulAdd(bi, w0, simd::MulAdd(br, w1, ar));
-        o[1] = simd::MulAdd(bi, w1, simd::MulAdd(nbr, w0, ai));
-        o[2] = simd::MulAdd(nbi, w0, simd::MulAdd(nbr, w1, ar));
-        o[3] = simd::MulAdd(br, w0, simd::MulAdd(nbi, w1, ai));
-    } else {
-        const V cr = w0 * br - w1 * bi, ci = w0 * bi + w1 * br;
-        o[0] = ar + ci;
-        o[1] = ai - cr;
-        o[2] = ar - ci;
-        o[3] = ai + cr;
+struct ForwardParts {
+    template <typename V>
+    static QP_INLINE void Map(V ar, V ai, V br, V bi, V w0, V w1, V o[4]) {
+        if constexpr (simd::kFusedMulAdd) {
+            const V nbr = -br, nbi = -bi;
+            o[0] = simd::MulAdd(bi, w0, simd::MulAdd(br, w1, ar));
+            o[1] = simd::MulAdd(bi, w1, simd::MulAdd(nbr, w0, ai));
+            o[2] = simd::MulAdd(nbi, w0, simd::MulAdd(nbr, w1, ar));
+            o[3] = simd::MulAdd(br, w0, simd::MulAdd(nbi, w1, ai));
+        } else {
+            const V cr = w0 * br - w1 * bi, ci = w0 * bi + w1 * br;
+            o[0] = ar + ci;
+            o[1] = ai - cr;
+            o[2] = ar - ci;
+            o[3] = ai + cr;
+        }
     }
-}
+};
 
-// The forward parts of Z[k] = (zkr, zki) and Z[M - k] = (zjr, zji).
-template <bool Carry, typename V>
-QP_INLINE void SplitForwardParts(V zkr, V zki, V zjr, V zji, V w0, V w1, V o[4]) {
-    const V ar = zkr + zjr, ai = zki - zji, br = zkr - zjr, bi = zki + zji;
-    ForwardParts(ar, ai, br, bi, w0, w1, o);
+// The parts of a pair (Parts: ForwardParts or InverseParts) from its values u = Z[k] or X[k] and
+// v = Z[M - k] or X[M - k]: the map of the sum u + conj v and the difference u - conj v.
+template <typename Parts, bool Carry, typename V>
+QP_INLINE void PairParts(V ur, V ui, V vr, V vi, V w0, V w1, V o[4]) {
+    const V ar = ur + vr, ai = ui - vi, br = ur - vr, bi = ui + vi;
+    Parts::Map(ar, ai, br, bi, w0, w1, o);
     if constexpr (Carry) {
         V e[4];
-        ForwardParts(SumError(zkr, zjr, ar), SumError(zki, -zji, ai), SumError(zkr, -zjr, br),
-                     SumError(zki, zji, bi), w0, w1, e);
+        Parts::Map(SumError(ur, vr, ar), SumError(ui, -vi, ai), SumError(ur, -vr, br), SumError(ui, vi, bi), w0, w1, e);
         for (int i = 0; i < 4; ++i) o[i] += e[i];
     }
 }
@@ -538,7 +540,7 @@ template <typename T, bool Carry = false>
 QP_INLINE void SplitForwardVec(std::int64_t k, CVec<T> zk, CVec<T> zj, const T* wr, const T* wi, Vec<T> hv,
                                Vec<T> nhv, CVec<T>& xk, CVec<T>& xj) {
     Vec<T> o[4];
-    SplitForwardParts<Carry>(zk.re, zk.im, simd::Reverse<T>(zj.re), simd::Reverse<T>(zj.im), simd::Load(wr + k),
+    PairParts<ForwardParts, Carry>(zk.re, zk.im, simd::Reverse<T>(zj.re), simd::Reverse<T>(zj.im), simd::Load(wr + k),
                              simd::Load(wi + k), o);
     xk = {o[0] * hv, o[1] * hv};
     xj = {simd::Reverse<T>(o[2] * hv), simd::Reverse<T>(o[3] * nhv)};
@@ -549,7 +551,7 @@ template <typename T, bool Carry = false>
 QP_INLINE void SplitForwardOne(T* d, std::int64_t k, std::int64_t j, T zkr, T zki, T zjr, T zji, const T* wr,
                                const T* wi, T h) {
     T o[4];
-    SplitForwardParts<Carry>(zkr, zki, zjr, zji, wr[k], wi[k], o);
+    PairParts<ForwardParts, Carry>(zkr, zki, zjr, zji, wr[k], wi[k], o);
     d[2 * k] = o[0] * h;
     d[2 * k + 1] = o[1] * h;
     d[2 * j] = o[2] * h;
@@ -598,34 +600,25 @@ QP_INLINE void SplitForward(T* d, std::int64_t m, const T* split, std::int64_t s
 // 2 Z[M - k] = conj(A - i E conj(W_N^k)), accumulated onto A's parts as in the forward split (and
 // with the sums' errors carried in the same way).
 // The four parts Re 2 Z[k], Im 2 Z[k], Re 2 Z[M - k], Im 2 Z[M - k] from A = (ar, ai), E = (er, ei).
-template <typename V>
-QP_INLINE void InverseParts(V ar, V ai, V er, V ei, V w0, V w1, V o[4]) {
-    if constexpr (simd::kFusedMulAdd) {
-        const V ner = -er, nei = -ei;
-        o[0] = simd::MulAdd(er, w1, simd::MulAdd(nei, w0, ar));
-        o[1] = simd::MulAdd(ei, w1, simd::MulAdd(er, w0, ai));
-        o[2] = simd::MulAdd(ner, w1, simd::MulAdd(ei, w0, ar));
-        o[3] = simd::MulAdd(ei, w1, simd::MulAdd(er, w0, -ai));
-    } else {
-        const V br = er * w1 - ei * w0, bi = er * w0 + ei * w1;
-        o[0] = ar + br;
-        o[1] = ai + bi;
-        o[2] = ar - br;
-        o[3] = bi - ai;
+// (Not the forward map with E conjugated: the products accumulate in another order.)
+struct InverseParts {
+    template <typename V>
+    static QP_INLINE void Map(V ar, V ai, V er, V ei, V w0, V w1, V o[4]) {
+        if constexpr (simd::kFusedMulAdd) {
+            const V ner = -er, nei = -ei;
+            o[0] = simd::MulAdd(er, w1, simd::MulAdd(nei, w0, ar));
+            o[1] = simd::MulAdd(ei, w1, simd::MulAdd(er, w0, ai));
+            o[2] = simd::MulAdd(ner, w1, simd::MulAdd(ei, w0, ar));
+            o[3] = simd::MulAdd(ei, w1, simd::MulAdd(er, w0, -ai));
+        } else {
+            const V br = er * w1 - ei * w0, bi = er * w0 + ei * w1;
+            o[0] = ar + br;
+            o[1] = ai + bi;
+            o[2] = ar - br;
+            o[3] = bi - ai;
+        }
     }
-}
-
-template <bool Carry, typename V>
-QP_INLINE void SplitInverseParts(V xkr, V xki, V xjr, V xji, V w0, V w1, V o[4]) {
-    const V ar = xkr + xjr, ai = xki - xji, er = xkr - xjr, ei = xki + xji;
-    InverseParts(ar, ai, er, ei, w0, w1, o);
-    if constexpr (Carry) {
-        V e[4];
-        InverseParts(SumError(xkr, xjr, ar), SumError(xki, -xji, ai), SumError(xkr, -xjr, er), SumError(xki, xji, ei),
-                     w0, w1, e);
-        for (int i = 0; i < 4; ++i) o[i] += e[i];
-    }
-}
+};
 
 template <typename T, bool Carry>
 QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, std::int64_t splitCount) {
@@ -640,7 +633,7 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
         const CVec<T> xk = simd::InterIn<T>{s}.Load(k);
         const CVec<T> xj = simd::InterIn<T>{s}.Load(j0);
         Vec<T> o[4];
-        SplitInverseParts<Carry>(xk.re, xk.im, simd::Reverse<T>(xj.re), simd::Reverse<T>(xj.im), simd::Load(wr + k),
+        PairParts<InverseParts, Carry>(xk.re, xk.im, simd::Reverse<T>(xj.re), simd::Reverse<T>(xj.im), simd::Load(wr + k),
                                  simd::Load(wi + k), o);
         simd::InterOut<T>{d}.Store(k, CVec<T>{o[0], o[1]});
         simd::InterOut<T>{d}.Store(j0, CVec<T>{simd::Reverse<T>(o[2]), simd::Reverse<T>(o[3])});
@@ -648,7 +641,7 @@ QP_INLINE void SplitInverse(const T* s, T* d, std::int64_t m, const T* split, st
     for (; k <= m / 2; ++k) {
         const std::int64_t j = m - k;
         T o[4];
-        SplitInverseParts<Carry>(s[2 * k], s[2 * k + 1], s[2 * j], s[2 * j + 1], wr[k], wi[k], o);
+        PairParts<InverseParts, Carry>(s[2 * k], s[2 * k + 1], s[2 * j], s[2 * j + 1], wr[k], wi[k], o);
         d[2 * k] = o[0];
         d[2 * k + 1] = o[1];
         d[2 * j] = o[2];
@@ -745,7 +738,7 @@ QP_INLINE void RealFusedForward(const Spec<T>* s, const T* src, T* dst, T* work,
     LastPassSplitForward<4, T>(fromWork, dst, m, s->h.split, splitCount, scale);  // radix 4 (see FusesSplit)
 }
 
-// Real double orders whose split step carries its sums' rounding errors (SplitForwardParts): those
+// Real double orders whose split step carries its sums' rounding errors (PairParts): those
 // where the plain step left the transform above FFTW's error (forward orders 11 and 12: 1.011 and
 // 1.005 times; inverse order 7: 1.005) or within half a percent below it (forward order 7, inverse
 // orders 11 and 12). Carrying takes 20 to 30 % more time at these orders (forward order 11 went
